@@ -1,0 +1,30 @@
+#include "addressing/sources.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace hark {
+
+std::string harksources_file = "/etc/Orfe/hark/hark_sources";
+
+namespace {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { (void)std::fclose(file); }
+};
+
+}  // namespace
+
+void for_each_source_line(const std::function<void(const char*)>& line) {
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(harksources_file.c_str(), "re"));
+  if (!file) return;
+  std::array<char, kSourceLineSize> text{};
+  while (std::fgets(text.data(), static_cast<int>(text.size()), file.get()) != nullptr) {
+    text[std::strcspn(text.data(), "\r\n")] = '\0';
+    if (text[0] != '\0' && text[0] != '#') line(text.data());
+  }
+}
+
+}  // namespace hark

@@ -1,0 +1,52 @@
+// Checked text in fixed buffers: formatting, appending and copying that can neither overrun nor leave a text
+// without its NUL. Also the two readings of numbers that the control layer uses everywhere.
+#pragma once
+
+#include <array>
+#include <cstdarg>
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace hark {
+
+// The longest line on any text socket, and the buffer that holds one with its NUL.
+inline constexpr std::size_t kMaxLine = 2000;
+using LineBuffer = std::array<char, kMaxLine + 1>;
+
+// Formats into `out`, cut to fit, always terminated. Returns the length of the text that is now in `out`.
+// An empty `out` takes nothing and gives 0.
+int format_text(std::span<char> out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+int vformat_text(std::span<char> out, const char* fmt, va_list args) __attribute__((format(printf, 2, 0)));
+
+// Copies as much of `text` as fits, always terminated. Returns the length copied.
+int copy_text(std::span<char> out, std::string_view text);
+
+// The text in a fixed field, up to its NUL or the field's end.
+[[nodiscard]] std::string_view field_text(std::span<const char> field);
+
+// Whether `text` begins with `prefix`, without regard to case (ASCII).
+[[nodiscard]] bool starts_with_nocase(const char* text, std::string_view prefix);
+// Whether `text` is `other`, without regard to case (ASCII).
+[[nodiscard]] bool equal_nocase(const char* text, std::string_view other);
+
+// strtol with base 10 from `text`, held to the range of int. No number gives 0. Null gives 0.
+[[nodiscard]] int parse_int(const char* text);
+
+// Text that grows in a fixed buffer; what does not fit is cut, and the NUL always stands.
+class TextWriter {
+ public:
+  explicit TextWriter(std::span<char> out);
+  void append(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  [[nodiscard]] int length() const { return static_cast<int>(length_); }
+  // What is still free, the place for the NUL included.
+  [[nodiscard]] std::span<char> rest() const { return out_.subspan(length_); }
+  // Counts `n` characters as written that the caller put into `rest()`.
+  void advance(int n);
+
+ private:
+  std::span<char> out_;
+  std::size_t length_ = 0;
+};
+
+}  // namespace hark

@@ -1,0 +1,18 @@
+// What start-up, loop and shut-down share.
+#pragma once
+
+#include <csignal>
+
+#include "base/fd.h"
+
+namespace hark {
+
+struct HarkdState {
+  UniqueFd listen_fd;
+};
+extern HarkdState harkd;
+
+// Set by the handler of SIGTERM, which does nothing else: the loop logs.
+extern volatile std::sig_atomic_t bStopSignaled;
+
+}  // namespace hark

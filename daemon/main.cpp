@@ -1,0 +1,30 @@
+// The program: opens the log, starts, becomes a daemon, writes its pid file, runs the loop.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "daemon/harkd.h"
+#include "daemon/log/log.h"
+#include "daemon/log/process_files.h"
+#include "daemon/root.h"
+#include "daemon/station/station.h"
+
+int main(int argc, char** argv) {
+  using namespace hark;
+  apply_hark_root();
+  openlog(station.appName.c_str(), kLogPid, kLogFacilityUser);
+  const int result = harkd_initialize(argc, argv);
+  if (result != 0 || station.dbg) (void)std::printf("harkd_initialize %d\n", result);
+  if (result != 0) return 1;
+  if (!station.dbg && ::daemon(0, 0) != 0) std::exit(1);
+  (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  // Created by the file's name and removed by the program's: a renamed program leaves its pid file behind. Kept: start
+  // scripts of such installations look for it under that name.
+  create_pid_file(argv[0]);
+  (void)harkd_main();
+  remove_pid_file(station.appName.c_str());
+  closelog();
+  if (station.dbg) (void)std::printf("%s exit %d\n", station.appName.c_str(), 0);
+  return 0;
+}

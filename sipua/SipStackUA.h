@@ -1,0 +1,52 @@
+// The one doorway between the control layer and the SIP user agent: a process-wide object that owns the services, turns
+// commands for (service, line) into calls on that line, and passes up what happens below. The protocol stack beneath it
+// is not built: a line can be seized and dropped, and an outgoing call ends as a failed one.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "sipua/SipServiceUA.h"
+#include "sipua/SipStackUAEvents.h"
+
+namespace hark {
+
+class SipStackUA {
+ public:
+  // The one instance; it lives from before main to the process's end.
+  static SipStackUA* GetInstance();
+
+  // Makes room for `numServices` services and borrows `events` (null: all events are dropped). 1, or 0 when
+  // `numServices` is 0.
+  [[nodiscard]] int Initialize(unsigned numServices, const ISipStackUAEvents* events);
+  // Destroys all services, without events.
+  void Finalize();
+
+  // One pump of the stack. True when there was no failure.
+  bool ProcessMessages();
+
+  // Makes service `service`; one that stands is destroyed first, with its event. A failure is a service error.
+  void ServiceCreate(unsigned service, const SipServiceConfig& config);
+  // Destroys it. The event follows even when there was none.
+  void ServiceDestroy(unsigned service);
+
+  // Commands to a line. A refusal is a line error; an index that is none, a service or line error.
+  void Answer(unsigned service, unsigned line);
+  void Seize(unsigned service, unsigned line);
+  void Call(unsigned service, unsigned line, const char* uri);
+  void Drop(unsigned service, unsigned line);
+
+  // The table in use; one without any slot when none is.
+  [[nodiscard]] const ISipStackUAEvents& events() const { return *m_pEvents; }
+
+ private:
+  [[nodiscard]] bool CheckIndex(unsigned service) const;
+  [[nodiscard]] SipLine* FindLine(unsigned service, unsigned line) const;
+
+  std::vector<std::unique_ptr<SipServiceUA>> m_ppServices;  // a slot may be null
+  const ISipStackUAEvents* m_pEvents = &kNoEvents;           // borrowed
+  static const ISipStackUAEvents kNoEvents;
+};
+
+}  // namespace hark
