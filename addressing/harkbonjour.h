@@ -1,5 +1,6 @@
-// Seam: announcing this station and finding others by DNS-SD. The client is not built; this answers as a station does
-// whose DNS-SD daemon cannot be reached: each start fails, no socket is watched, and the main loop's back-off runs.
+// Seam: announcing this station and finding others by DNS-SD. The client is not built; this answers as a
+// station does whose DNS-SD daemon cannot be reached: each start fails, no socket is watched, and the main
+// loop's back-off runs.
 #pragma once
 
 #include <netinet/in.h>
@@ -7,14 +8,15 @@
 
 namespace hark {
 
-// Registers `name` (null: none) and browses. 0; 11001 when the registration failed, 11002 when the browse did.
+// Registers `name` (null: none) and browses. 0; 11001 when the registration failed, 11002 when the browse
+// did.
 [[nodiscard]] int harkbonjour_initialize(unsigned ifindex, int port, const char* name);
 
 // Ends registration and browse.
 void harkbonjour_cleanup();
 
-// Rebuilds the TXT record: `alt` the alternate text, `level` the zero-based trigger level, `rtpa` the address of the
-// station's audio in network order. Always 0.
+// Rebuilds the TXT record: `alt` the alternate text, `level` the zero-based trigger level, `rtpa` the address
+// of the station's audio in network order. Always 0.
 int harkbonjour_set_TXT(const char* alt, int level, in_addr_t rtpa);
 
 // Adds the sockets to `set`. Returns the highest, -1 when there is none.

@@ -25,17 +25,19 @@ const char* find_address(const char* text, Name& name) {
     if (const char* quote = std::strchr(name.start, '"'); quote != nullptr) {
       name.length = quote - name.start;
       const char* address = quote + 1;
-      while (*address == ' ') ++address;
+      while (*address == ' ')
+        ++address;
       return *address == '<' ? address + 1 : address;
     }
   }
   const char* bracket = std::strchr(name.start, '<');
   if (bracket == nullptr) return text;  // an opening quote that nothing closes belongs to the address
-  // Kept: the name ends one character before the bracket, whatever that character is. With the usual blank there
-  // the name is exact; "Name<hark:x>" has always shown as "Nam", and labels in the field are stored that way.
-  // A text that begins with the bracket gets a name one character shorter than empty.
+  // Kept: the name ends one character before the bracket, whatever that character is. With the usual blank
+  // there the name is exact; "Name<hark:x>" has always shown as "Nam", and labels in the field are stored
+  // that way. A text that begins with the bracket gets a name one character shorter than empty.
   name.length = bracket - name.start - 1;
-  while (name.length > 0 && name.start[name.length - 1] == ' ') --name.length;
+  while (name.length > 0 && name.start[name.length - 1] == ' ')
+    --name.length;
   return bracket + 1;
 }
 
@@ -76,7 +78,8 @@ std::size_t strstartswith(const char* s, const char* prefix) {
 
 const char* harkurl_address(const char* url) {
   if (url == nullptr) return nullptr;
-  if (*url == '*' && strstartswith(url + 1, harkurl_prefix) != 0) return url + 1 + std::strlen(harkurl_prefix);
+  if (*url == '*' && strstartswith(url + 1, harkurl_prefix) != 0)
+    return url + 1 + std::strlen(harkurl_prefix);
   for (const char* prefix : {harkurl_prefix, "sip:hark-talk@", "sip:hark-listen@"}) {
     if (const std::size_t length = strstartswith(url, prefix); length != 0) return url + length;
   }

@@ -13,9 +13,9 @@ extern std::string harksources_file;
 // A line is read in at most this many bytes, its NUL included; a longer line is read as two.
 inline constexpr std::size_t kSourceLineSize = 128;
 
-// Hands each line that is neither empty nor a comment ("#") to `line`, without its CR and LF; the text is valid
-// during the call. The file is opened, read and closed each time, so that a change takes effect at once. Nothing
-// happens when there is no file.
+// Hands each line that is neither empty nor a comment ("#") to `line`, without its CR and LF; the text is
+// valid during the call. The file is opened, read and closed each time, so that a change takes effect at
+// once. Nothing happens when there is no file.
 void for_each_source_line(const std::function<void(const char*)>& line);
 
 }  // namespace hark

@@ -36,8 +36,8 @@ int url2sz(std::string_view src, char* out, std::size_t outlen, char stop) {
 }
 
 // What stands behind "name=" at the start of an item of `tags`, to the end of `tags`. Null data when absent.
-// Only the start of an item is compared, so that "gpio" does not find "gpiol"; blanks are skipped only in front of
-// the first item.
+// Only the start of an item is compared, so that "gpio" does not find "gpiol"; blanks are skipped only in
+// front of the first item.
 std::string_view find_tag(std::string_view tags, std::string_view name) {
   const auto blanks = tags.find_first_not_of(' ');
   tags.remove_prefix(blanks == std::string_view::npos ? tags.size() : blanks);

@@ -1,6 +1,6 @@
-// The one seam through which the control layer learns the time. The main loop reads it once per pass and hands
-// the value down; the few places that need a time of their own (a drop, a pulse) read it here too. Tests put a
-// clock of their own behind it and move that instead of sleeping.
+// The one seam through which the control layer learns the time. The main loop reads it once per pass and
+// hands the value down; the few places that need a time of their own (a drop, a pulse) read it here too.
+// Tests put a clock of their own behind it and move that instead of sleeping.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// Trigger levels: a station of a higher level wins attention, and the listen lines below it are dimmed or muted.
+// Trigger levels: a station of a higher level wins attention, and the listen lines below it are dimmed or
+// muted.
 #include <algorithm>
 
 #include "callctl/line_table.h"

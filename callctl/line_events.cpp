@@ -56,7 +56,8 @@ void NotifyServiceDestroy(unsigned kind) {
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (!is_active(table[i])) continue;
     if (kind == kListenKind) {
-      harkqnr_ctrl(static_cast<int>(i), nullptr, 0, static_cast<int>(table[i].gpio), static_cast<int>(table[i].gpiol));
+      harkqnr_ctrl(static_cast<int>(i), nullptr, 0, static_cast<int>(table[i].gpio),
+                   static_cast<int>(table[i].gpiol));
     }
     syslog(kLogInfo, "DestroyDrop %s on %u/%zu", table[i].url.c_str(), kind, i);
     LineTableFree(table, static_cast<int>(i));
@@ -65,8 +66,8 @@ void NotifyServiceDestroy(unsigned kind) {
   if (any) (void)sipctrl_adjustifbgains(-1);
 }
 
-// Seam: the From of an INVITE is read by the message access of the protocol stack, which is not built. A From that
-// cannot be read is empty, and the ring of a party without any address leaves the line free.
+// Seam: the From of an INVITE is read by the message access of the protocol stack, which is not built. A From
+// that cannot be read is empty, and the ring of a party without any address leaves the line free.
 void NotifyLineRing(unsigned kind, unsigned i, cpsip_msg* /*msg*/) {
   line_ring(static_cast<int>(kind), static_cast<int>(i), "", "");
 }

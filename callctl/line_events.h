@@ -9,14 +9,15 @@ namespace hark {
 // The table of these handlers, for the stack.
 [[nodiscard]] ISipStackUAEvents line_events();
 
-// A far station rings on line `i` (`kind` 1 listen, 2 talk): `name` its display name, `uri` its SIP address; either may
-// be empty. Whatever was left of an earlier call of the same station is dropped first.
+// A far station rings on line `i` (`kind` 1 listen, 2 talk): `name` its display name, `uri` its SIP address;
+// either may be empty. Whatever was left of an earlier call of the same station is dropped first.
 void line_ring(int kind, int i, const char* name, const char* uri);
 
 // Drops every line of the kind that is up with `url`: a station that calls again replaces its earlier call.
 void drop_stalled_calls(int kind, const char* url);
 
-// The far end hung up. Only a listen line shows it; a talk line just logs, and ends when its SIP line is idle.
+// The far end hung up. Only a listen line shows it; a talk line just logs, and ends when its SIP line is
+// idle.
 void NotifyFarEndDrop(unsigned kind, unsigned i);
 
 }  // namespace hark

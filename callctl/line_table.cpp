@@ -32,7 +32,8 @@ void report_line(int kind, const std::string& url, char letter) {
 }
 
 void InitializeLineTable(std::span<HarkLine> table) {
-  for (HarkLine& line : table) line = HarkLine{};
+  for (HarkLine& line : table)
+    line = HarkLine{};
 }
 
 int LineTableSearchURL(std::span<const HarkLine> table, const char* url) {
@@ -63,7 +64,8 @@ void LineTableFree(std::span<HarkLine> table, int i) {
 }
 
 void LineTableFreeAll(std::span<HarkLine> table) {
-  for (std::size_t i = 0; i < table.size(); ++i) LineTableFree(table, static_cast<int>(i));
+  for (std::size_t i = 0; i < table.size(); ++i)
+    LineTableFree(table, static_cast<int>(i));
 }
 
 char release_fardropped_listen(const char* url) {

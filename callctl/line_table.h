@@ -1,5 +1,6 @@
-// The two tables of lines. A line is one direction of one conversation with one station; its index is at the same time
-// its number in the SIP stack, its input at the mixer, and its IFB and PTT port. Only call control changes the tables.
+// The two tables of lines. A line is one direction of one conversation with one station; its index is at the
+// same time its number in the SIP stack, its input at the mixer, and its IFB and PTT port. Only call control
+// changes the tables.
 #pragma once
 
 #include <array>
@@ -23,13 +24,14 @@ inline constexpr int kTalkLines = 128;
 
 // State letters, as they stand in reports to panels and clients.
 inline constexpr char kLineFree = '\0';
-inline constexpr char kLineRequest = 'R';      // a far station rings, or a far contact asks; waits for an answer
-inline constexpr char kLineSeized = 'S';       // the SIP line was taken for a routing call
-inline constexpr char kLineCalling = 'C';      // calling, or waiting for the far acknowledgement
-inline constexpr char kLineFarRinging = 'r';   // far end ringing, or an IFB or PTT request waits for its confirmation
-inline constexpr char kLineConnected = '1';    // connected, audio path up
-inline constexpr char kLineFarDropped = 'd';   // the far end hung up; shown for the flash time (listen lines)
-inline constexpr char kLineOff = '0';          // off: in reports, and of a talk line whose confirmation lapsed
+inline constexpr char kLineRequest = 'R';  // a far station rings, or a far contact asks; waits for an answer
+inline constexpr char kLineSeized = 'S';   // the SIP line was taken for a routing call
+inline constexpr char kLineCalling = 'C';  // calling, or waiting for the far acknowledgement
+inline constexpr char kLineFarRinging =
+    'r';  // far end ringing, or an IFB or PTT request waits for its confirmation
+inline constexpr char kLineConnected = '1';   // connected, audio path up
+inline constexpr char kLineFarDropped = 'd';  // the far end hung up; shown for the flash time (listen lines)
+inline constexpr char kLineOff = '0';         // off: in reports, and of a talk line whose confirmation lapsed
 
 // A wish about a call, and "no report" for one direction.
 inline constexpr char kWishConnect = '1';
@@ -40,21 +42,21 @@ inline constexpr char kNoReport = '\xff';
 inline constexpr std::size_t kIfbSize = 65;  // 64 characters and the NUL
 
 struct _tagHARK_LINE {
-  std::string url;                // the line's key, the whole intercom URL; empty: free line
+  std::string url;  // the line's key, the whole intercom URL; empty: free line
   char state = kLineFree;
-  long gpio = 0;                  // channel of the source's contacts, relative to the station's base; 0: none
-  long gpiol = 0;                 // pin for listen
-  long gpiot = 0;                 // pin for talk
-  bool gpioack = false;           // the far side acknowledges, so the line waits in "C"
-  TimeUs drop_time = 0;           // when the drop was asked for, or when the far end dropped
-  bool drop_pending = false;      // a timed drop runs
-  std::uint8_t direction = 0;     // 2 for a listen line, 1 for a talk line
-  int trgl = 0;                   // trigger level of the far station, zero-based
-  int trgl_compare = 0;           // the same, as it is compared when gains are set
-  int volume = 0;                 // tenths of a dB; added to ifb_gain
-  int ifb_gain = 0;               // tenths of a dB: the dimming of this listen line
+  long gpio = 0;               // channel of the source's contacts, relative to the station's base; 0: none
+  long gpiol = 0;              // pin for listen
+  long gpiot = 0;              // pin for talk
+  bool gpioack = false;        // the far side acknowledges, so the line waits in "C"
+  TimeUs drop_time = 0;        // when the drop was asked for, or when the far end dropped
+  bool drop_pending = false;   // a timed drop runs
+  std::uint8_t direction = 0;  // 2 for a listen line, 1 for a talk line
+  int trgl = 0;                // trigger level of the far station, zero-based
+  int trgl_compare = 0;        // the same, as it is compared when gains are set
+  int volume = 0;              // tenths of a dB; added to ifb_gain
+  int ifb_gain = 0;            // tenths of a dB: the dimming of this listen line
   std::array<char, kIfbSize> ifb{};  // address of a remote IFB link
-  std::uint32_t qntb = 0;         // not 0: asks for a PTT request
+  std::uint32_t qntb = 0;            // not 0: asks for a PTT request
 };
 using HarkLine = _tagHARK_LINE;
 
@@ -67,8 +69,9 @@ extern std::array<HarkLine, kTalkLines> talk_lines;
 // The line `i` of a kind, or null for a kind or an index that is none.
 [[nodiscard]] HarkLine* getline(int kind, int i);
 
-// Called with the line's key and the state letters of both directions, kNoReport for the one that is not concerned,
-// after each change of a call; and with a new listen volume in tenths of a dB. Filled at start; never null.
+// Called with the line's key and the state letters of both directions, kNoReport for the one that is not
+// concerned, after each change of a call; and with a new listen volume in tenths of a dB. Filled at start;
+// never null.
 extern void (*sipctrl_modifycall_callback)(const char* url, char listen, char talk);
 extern void (*sipctrl_modifycallvolume_callback)(const char* url, long volume);
 
@@ -84,7 +87,8 @@ void InitializeLineTable(std::span<HarkLine> table);
 // Takes the first free line for `url`. Its index, -1 when the table is full.
 [[nodiscard]] int LineTableAlloc(std::span<HarkLine> table, const char* url, std::uint8_t direction);
 
-// Frees the line. One in use in a state other than "0" is reported off: the one place that tells of a line's end.
+// Frees the line. One in use in a state other than "0" is reported off: the one place that tells of a line's
+// end.
 void LineTableFree(std::span<HarkLine> table, int i);
 void LineTableFreeAll(std::span<HarkLine> table);
 

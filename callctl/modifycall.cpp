@@ -16,8 +16,8 @@
 namespace hark {
 namespace {
 
-// A listen line calls the far talk service, a talk line the far listen service. The ports are those of a station with
-// default settings: a far station's own port base is not known here.
+// A listen line calls the far talk service, a talk line the far listen service. The ports are those of a
+// station with default settings: a far station's own port base is not known here.
 struct FarService {
   const char* user;
   int port;
@@ -41,7 +41,8 @@ int new_sip_call(const CallSide& side, const harkurl_info& info) {
   syslog(kLogInfo, "Calling %s on %d/%d", info.full, side.kind, i);
   SipStackUA::GetInstance()->Call(static_cast<unsigned>(side.kind), static_cast<unsigned>(i),
                                   dial_string(side.kind, info).c_str());
-  // The stack may have failed the call, and freed the line, before it returned; the line may be another's by now.
+  // The stack may have failed the call, and freed the line, before it returned; the line may be another's by
+  // now.
   const HarkLine& line = side.line(i);
   const bool still_ours = line.url == info.full;
   if (still_ours && line.state == kLineCalling) return 0;

@@ -1,15 +1,15 @@
-// The one way by which anything asks for a call to be made or ended: the CALL command and the key logic of the panels.
-// Behind it are the two ways of carrying audio: a station is called by SIP; a source of the routing network needs a
-// mixer command alone, and its SIP line is only seized to reserve the number.
+// The one way by which anything asks for a call to be made or ended: the CALL command and the key logic of
+// the panels. Behind it are the two ways of carrying audio: a station is called by SIP; a source of the
+// routing network needs a mixer command alone, and its SIP line is only seized to reserve the number.
 #pragma once
 
 #include "addressing/harkurl.h"
 
 namespace hark {
 
-// Asks for a change of the call with `url`: for each direction '1' connect, '0' drop, kNoWish nothing. The listen
-// direction goes first, and the talk direction is not tried when it failed. A drop is done 400 ms later, unless a '1'
-// comes in between. 0, or negative when the call cannot be made.
+// Asks for a change of the call with `url`: for each direction '1' connect, '0' drop, kNoWish nothing. The
+// listen direction goes first, and the talk direction is not tried when it failed. A drop is done 400 ms
+// later, unless a '1' comes in between. 0, or negative when the call cannot be made.
 [[nodiscard]] int sipctrl_modifycall(const char* url, char listen, char talk);
 
 // Sets the listen volume, in tenths of a dB, of the call with `url`.

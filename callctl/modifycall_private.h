@@ -12,15 +12,15 @@ namespace hark {
 
 // One direction that a request is about.
 struct CallSide {
-  int kind;                        // kListenKind or kTalkKind
+  int kind;  // kListenKind or kTalkKind
   std::span<HarkLine> table;
   [[nodiscard]] HarkLine& line(int i) const { return table[static_cast<std::size_t>(i)]; }
   [[nodiscard]] std::uint8_t direction() const { return kind == kListenKind ? 2 : 1; }
 };
 [[nodiscard]] CallSide call_side(int kind);
 
-// The line of the request. A far-dropped line that is wanted again is freed first, which reports it off: -1 then, as
-// for no line.
+// The line of the request. A far-dropped line that is wanted again is freed first, which reports it off: -1
+// then, as for no line.
 [[nodiscard]] int find_for_wish(const CallSide& side, const char* url, char wish);
 
 // Starts the timed drop: the line dies after the local drop delay, unless it is wanted again before.

@@ -63,8 +63,8 @@ void request_ptt(int i, const HarkLine& line, const std::string& addr) {
   (void)qncpptt_set(i, dst, ntohl(station.harkd_qnsrcch) & kChannelMask);
 }
 
-// Asks the far destination of the line's `ifb` tag to take us. True when the line has to wait for its confirmation.
-// An address that cannot be used counts as none.
+// Asks the far destination of the line's `ifb` tag to take us. True when the line has to wait for its
+// confirmation. An address that cannot be used counts as none.
 bool request_ifb(int i, const HarkLine& line) {
   const int result = qnrifb_set(i, line.ifb.data(), sipctrl_qnrifb_addr());
   return line.ifb[0] != '\0' && result == 0;
@@ -77,8 +77,8 @@ void open_listen(int i, HarkLine& line, const std::string& addr) {
   harkqnr_ctrl(i, addr.c_str(), gain, gpio_of(line), static_cast<int>(line.gpiol));
 }
 
-// Allocates and seizes a line. Its index, or negative, which is logged as `what`; a full table only with `log_full`,
-// so that a chattering contact does not fill the log.
+// Allocates and seizes a line. Its index, or negative, which is logged as `what`; a full table only with
+// `log_full`, so that a chattering contact does not fill the log.
 int take_line(const CallSide& side, const harkurl_info& info, const char* what, bool log_full) {
   const int i = LineTableAlloc(side.table, info.full, side.direction());
   if (i < 0) {
@@ -164,8 +164,8 @@ void answer_request(const CallSide& side, int i, const harkurl_info& info) {
   line.state = kLineConnected;
   (void)sipctrl_adjustifbgains(-1);
   close_contact(line, line.gpiot);
-  // The capital letter, where a new call waits in "r", is meant: panels show the far request until it is confirmed.
-  // Kept.
+  // The capital letter, where a new call waits in "r", is meant: panels show the far request until it is
+  // confirmed. Kept.
   if (request_ifb(i, line)) line.state = kLineRequest;
   request_ptt(i, line, addr);
   report_line(side.kind, url, line.state);

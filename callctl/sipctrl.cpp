@@ -30,8 +30,9 @@ void create_service(int kind, const StationIdentity& identity) {
   std::array<char, kEscapedNameSize> label{};
   str2mdnsnamez(identity.name, label.data(), label.size());
   std::array<char, 128> user{};
-  format_text(user, "%s@%u.%u.%u.%u;trgl=%d;label=%s", listen ? "hark-listen" : "hark-talk", identity.ip >> 24,
-              identity.ip >> 16 & 255, identity.ip >> 8 & 255, identity.ip & 255, identity.trgl + 1, label.data());
+  format_text(user, "%s@%u.%u.%u.%u;trgl=%d;label=%s", listen ? "hark-listen" : "hark-talk",
+              identity.ip >> 24, identity.ip >> 16 & 255, identity.ip >> 8 & 255, identity.ip & 255,
+              identity.trgl + 1, label.data());
   SipServiceConfig config;
   config.localIp = identity.ip;
   config.localPort = static_cast<std::uint16_t>(identity.port + kind);
@@ -54,7 +55,8 @@ void drop_all(int kind) {
   }
 }
 
-// A line that is still calling keeps its pending drop until the far end reacts: there is nothing to hang up yet.
+// A line that is still calling keeps its pending drop until the far end reacts: there is nothing to hang up
+// yet.
 bool is_drop_due(const HarkLine& line, TimeUs now) {
   if (line.url.empty() || !line.drop_pending || line.state == kLineCalling) return false;
   const TimeUs wait =
@@ -75,10 +77,16 @@ void sipctrl_process_lines(TimeUs now, int kind) {
   }
 }
 
+// -128 to 127, whatever the sign of char is on the machine.
+int signed_byte(char c) {
+  const int byte = static_cast<unsigned char>(c);
+  return byte < 128 ? byte : byte - 256;
+}
+
 // How many places `c` takes in an escaped label.
 std::size_t escaped_size(char c) {
   if (c == '.' || c == '\\') return 2;
-  return static_cast<signed char>(c) < 33 ? 4 : 1;
+  return signed_byte(c) < 33 ? 4 : 1;
 }
 
 }  // namespace
@@ -89,8 +97,8 @@ int sipctrl_initialize() {
   return stack().Initialize(kServiceSlots, &g_events) > 0 ? 0 : -1;
 }
 
-// Kept: bytes are taken as signed, so that those from 0x80 up are escaped too, and their digits come from the signed
-// division. Stations in the field compare names in this form.
+// Kept: bytes are taken as signed, so that those from 0x80 up are escaped too, and their digits come from the
+// signed division. Stations in the field compare names in this form.
 int str2mdnsnamez(const char* in, char* out, std::size_t size) {
   if (out == nullptr || size == 0) return 0;
   std::size_t length = 0;
@@ -99,7 +107,7 @@ int str2mdnsnamez(const char* in, char* out, std::size_t size) {
     if (length + places > size - 1) break;
     if (places > 1) out[length++] = '\\';
     if (places == 4) {
-      const int c = static_cast<signed char>(*in);
+      const int c = signed_byte(*in);
       out[length++] = static_cast<char>('0' + c / 100);
       out[length++] = static_cast<char>('0' + c / 10 % 10);
       out[length++] = static_cast<char>('0' + c % 10);

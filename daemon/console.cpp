@@ -1,4 +1,5 @@
-// The outbound connection to the mixing console: which console, when to dial, how long to wait between attempts.
+// The outbound connection to the mixing console: which console, when to dial, how long to wait between
+// attempts.
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -112,11 +113,13 @@ void console_redial(int i, TimeUs now) {
 
 int con_reconnect(int i) {
   ConnectionData& data = server.slot(i);
-  if (station.dbg) (void)std::printf("%s reconnect to %s\n", station.appName.c_str(), peer_text(data.addr).c_str());
+  if (station.dbg)
+    (void)std::printf("%s reconnect to %s\n", station.appName.c_str(), peer_text(data.addr).c_str());
   UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const bool usable = fd.is_open() && fd.get() < FD_SETSIZE;
   if (!usable || ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&data.addr), sizeof data.addr) != 0) {
-    data.reconnect_us = data.reconnect_us == 0 ? kFirstWaitUs : std::min(data.reconnect_us * 2, kLongestWaitUs);
+    data.reconnect_us =
+        data.reconnect_us == 0 ? kFirstWaitUs : std::min(data.reconnect_us * 2, kLongestWaitUs);
     return -1;
   }
   set_option(fd.get(), SOL_SOCKET, SO_KEEPALIVE, "SO_KEEPALIVE");

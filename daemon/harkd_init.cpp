@@ -122,9 +122,9 @@ int open_control_port() {
   return 0;
 }
 
-// The options, in the order of their strength. Kept: the interface and the address of the routing daemon go back to
-// their defaults behind the command line, so that on it only the port of `-qnr_port` counts; a device's own file is
-// what sets them for good.
+// The options, in the order of their strength. Kept: the interface and the address of the routing daemon go
+// back to their defaults behind the command line, so that on it only the port of `-qnr_port` counts; a
+// device's own file is what sets them for good.
 void read_options(int argc, const char* const* argv) {
   process_commands(argc, argv);
   station.ifa_name = station.harkd_ifa_name_default;
@@ -146,8 +146,8 @@ int start_records() {
 }
 
 int start_model() {
-  server.model = HarkUIProxyShared::Create(station.hark_nkeys, station.ApplicationSettingsFolder, harkui_receive,
-                                           kInternalConnection);
+  server.model = HarkUIProxyShared::Create(station.hark_nkeys, station.ApplicationSettingsFolder,
+                                           harkui_receive, kInternalConnection);
   if (server.model) return 0;
   (void)std::fprintf(stderr, "%s HarkUIProxy create failed\n", station.appName.c_str());
   return kExitNoModel;

@@ -32,7 +32,7 @@ constexpr suseconds_t kPassTimeoutUs = 10'000;
 constexpr TimeUs kSlowPeriodUs = 3'000'000;
 constexpr TimeUs kMdnsFirstRetryUs = 1'000'000;
 constexpr TimeUs kMdnsLongestRetryUs = 16'000'000;
-constexpr std::uint32_t kListenOn = 1;   // bits of the panels' outputs, active low
+constexpr std::uint32_t kListenOn = 1;  // bits of the panels' outputs, active low
 constexpr std::uint32_t kTalkOn = 16;
 constexpr std::uint32_t kOutputPins = 31;
 
@@ -66,11 +66,13 @@ void for_each_panel(Act act) {
 void fill(Sets& sets) {
   sets.clear();
   sets.highest = CPSIP_Select_FDs(sets.readable, sets.writable, sets.failed) - 1;
-  for (const int fd : server.cons) (void)fdset_add(fd, sets.readable, sets.highest);
+  for (const int fd : server.cons)
+    (void)fdset_add(fd, sets.readable, sets.highest);
   (void)fdset_add(harkd.listen_fd.get(), sets.readable, sets.highest);
   (void)fdset_add(harkqnr_fd(), sets.readable, sets.highest);
-  sets.highest = std::max({sets.highest, harkbonjour_addfdset(sets.readable),
-                           qnrifb_selectevents(sets.readable, sets.writable), qncpptt_selectevents(sets.readable)});
+  sets.highest =
+      std::max({sets.highest, harkbonjour_addfdset(sets.readable),
+                qnrifb_selectevents(sets.readable, sets.writable), qncpptt_selectevents(sets.readable)});
 }
 
 void serve_connections(const Sets& sets, TimeUs now) {
@@ -91,7 +93,8 @@ void serve_mdns(const Sets& sets, LoopTimers& timers) {
 }
 
 void dispatch(const Sets& sets, LoopTimers& timers, TimeUs now) {
-  // A connection of this pass is served in the next one: its descriptor may carry the bit of one that was closed.
+  // A connection of this pass is served in the next one: its descriptor may carry the bit of one that was
+  // closed.
   Sets served = sets;
   if (fdset_has(harkd.listen_fd.get(), sets.readable)) {
     const int fd = server_accept(harkd.listen_fd.get());
@@ -139,7 +142,8 @@ StationIdentity identity() {
   return identity;
 }
 
-// Makes the SIP services anew. All calls drop, which is meant: what changed is part of the services' own identity.
+// Makes the SIP services anew. All calls drop, which is meant: what changed is part of the services' own
+// identity.
 void renew_services() {
   if (!station.sipservices_dirty) return;
   station.sipservices_dirty = false;
@@ -158,8 +162,7 @@ void restart_mdns(LoopTimers& timers, TimeUs now) {
   // The name is announced only while there is a panel to answer.
   const char* name = ishwready() != 0 ? station.announced_svcname.data() : nullptr;
   if (harkbonjour_initialize(station.sip_iface_index, station.ctrl_port, name) != 0) {
-    timers.mdns_retry_us =
-        std::clamp(timers.mdns_retry_us * 2, kMdnsFirstRetryUs, kMdnsLongestRetryUs);
+    timers.mdns_retry_us = std::clamp(timers.mdns_retry_us * 2, kMdnsFirstRetryUs, kMdnsLongestRetryUs);
   } else {
     timers.mdns_retry_us = 0;
     station.harkbonjour_init = false;
@@ -199,7 +202,8 @@ void one_pass(const Sets& sets, int ready, LoopTimers& timers, TimeUs now) {
   restart_mdns(timers, now);
   refresh_panels(now);
   save_settings();
-  for (int i = 0; i < kMaxConnections; ++i) console_redial(i, now);
+  for (int i = 0; i < kMaxConnections; ++i)
+    console_redial(i, now);
 }
 
 }  // namespace

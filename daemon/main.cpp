@@ -19,8 +19,8 @@ int main(int argc, char** argv) {
   if (result != 0) return 1;
   if (!station.dbg && ::daemon(0, 0) != 0) std::exit(1);
   (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
-  // Created by the file's name and removed by the program's: a renamed program leaves its pid file behind. Kept: start
-  // scripts of such installations look for it under that name.
+  // Created by the file's name and removed by the program's: a renamed program leaves its pid file behind.
+  // Kept: start scripts of such installations look for it under that name.
   create_pid_file(argv[0]);
   (void)harkd_main();
   remove_pid_file(station.appName.c_str());

@@ -149,7 +149,8 @@ void loadconfig() {
   }
   std::vector<const char*> argv;
   argv.reserve(words.size());
-  for (const std::string& word : words) argv.push_back(word.c_str());
+  for (const std::string& word : words)
+    argv.push_back(word.c_str());
   process_commands(static_cast<int>(argv.size()), argv.data());
 }
 

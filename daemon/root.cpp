@@ -20,8 +20,9 @@ void apply_hark_root() {
   if (root == nullptr || *root == '\0') return;
   std::array<char, PATH_MAX> resolved{};
   const std::string folder = ::realpath(root, resolved.data()) != nullptr ? resolved.data() : root;
-  for (std::string* path : {&station.ApplicationSettingsFolder, &station.harkconfig_file, &harkid_file, &conf_qnr,
-                            &harksources_file, &log_cfgfile, &pid_file_folder, &uilist_file, &harkui_file}) {
+  for (std::string* path :
+       {&station.ApplicationSettingsFolder, &station.harkconfig_file, &harkid_file, &conf_qnr,
+        &harksources_file, &log_cfgfile, &pid_file_folder, &uilist_file, &harkui_file}) {
     path->insert(0, folder);
   }
 }

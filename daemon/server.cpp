@@ -27,8 +27,8 @@ Server server;
 
 namespace {
 
-// A host is turned away when this many slots hold its address; the log has always told a limit of 6. Kept: monitoring
-// of installed systems looks for that text.
+// A host is turned away when this many slots hold its address; the log has always told a limit of 6. Kept:
+// monitoring of installed systems looks for that text.
 constexpr int kHostLimit = 7;
 constexpr int kHostLimitInLog = 6;
 
@@ -46,9 +46,9 @@ void set_inbound_options(int fd) {
   set_option(fd, SOL_SOCKET, SO_SNDTIMEO, "SO_SNDTIMEO", &limit, sizeof limit);
 }
 
-// The slot for a new connection, -1 when there is none, and how many slots hold the peer's address. The address stays
-// in a slot when its connection ends, and counts until another host takes the slot over, the one that would be taken
-// now included. Kept: it is what slows down a host that connects over and over.
+// The slot for a new connection, -1 when there is none, and how many slots hold the peer's address. The
+// address stays in a slot when its connection ends, and counts until another host takes the slot over, the
+// one that would be taken now included. Kept: it is what slows down a host that connects over and over.
 struct SlotSearch {
   int free = -1;
   int from_host = 0;
@@ -65,8 +65,8 @@ struct SlotSearch {
 int turn_away(int fd, const sockaddr_in& peer, const char* error, const char* which, int limit) {
   (void)::send(fd, error, std::strlen(error), MSG_NOSIGNAL | MSG_DONTWAIT);
   ::close(fd);
-  syslog(kLogWarning, "rejecting %s: %s connection limit (%d) reached", dotted(peer.sin_addr.s_addr).data(), which,
-         limit);
+  syslog(kLogWarning, "rejecting %s: %s connection limit (%d) reached", dotted(peer.sin_addr.s_addr).data(),
+         which, limit);
   return -1;
 }
 
@@ -77,7 +77,8 @@ ConnectionData* slot_of(int fd) {
 }
 
 // Waits until `fd` takes more, no longer than its peer's time in this pass allows. False when it does not.
-// The wait is real time, which no test moves: it is a limit on the kernel's patience, not a timer of the station.
+// The wait is real time, which no test moves: it is a limit on the kernel's patience, not a timer of the
+// station.
 bool wait_writable(int fd, ConnectionData* slot) {
   using Clock = std::chrono::steady_clock;
   const TimeUs used = slot != nullptr ? slot->send_wait_us : 0;
@@ -94,7 +95,8 @@ bool wait_writable(int fd, ConnectionData* slot) {
 int send_failed(int fd, std::size_t sent, std::size_t length) {
   const int error = errno;
   syslog(kLogWarning, "socket %d send failed", fd);
-  (void)std::fprintf(stderr, "%s: send(%d) err=%d %zu/%zu. Shut.\n", station.appName.c_str(), fd, error, sent, length);
+  (void)std::fprintf(stderr, "%s: send(%d) err=%d %zu/%zu. Shut.\n", station.appName.c_str(), fd, error, sent,
+                     length);
   (void)::shutdown(fd, SHUT_RD);
   // The kernel still delivers what such a peer goes on sending; the mark ends the connection all the same.
   if (ConnectionData* slot = slot_of(fd)) slot->shut = true;
@@ -129,7 +131,8 @@ int server_accept(int listen_fd) {
                       search.free);
   }
   // The port is logged as it is stored, in network order. Kept: log readers of installed systems expect it.
-  syslog(kLogNotice, "connected %s:%d, connection id: %d", dotted(peer.sin_addr.s_addr).data(), peer.sin_port, fd);
+  syslog(kLogNotice, "connected %s:%d, connection id: %d", dotted(peer.sin_addr.s_addr).data(), peer.sin_port,
+         fd);
   set_inbound_options(fd);
   ConnectionData& data = server.slot(search.free);
   data.init();
@@ -200,11 +203,7 @@ int server_resp_single(int fd, const char* text) {
     const ssize_t n = ::send(fd, text + sent, length - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (n > 0) {
       sent += static_cast<std::size_t>(n);
-    } else if (n < 0 && errno == EINTR) {
-      continue;
-    } else if (n < 0 && errno == EAGAIN && wait_writable(fd, slot)) {
-      continue;
-    } else {
+    } else if (n == 0 || (errno != EINTR && (errno != EAGAIN || !wait_writable(fd, slot)))) {
       return send_failed(fd, sent, length);
     }
   }

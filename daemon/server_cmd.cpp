@@ -19,9 +19,9 @@ namespace hark {
 namespace {
 
 constexpr const char ERROR_CALLFAILED[] = "ERROR 3001 call failed\n";  // the one that ends in LF alone
-constexpr int kUrlSize = 80;          // a URL of a command: 79 characters and the NUL
-constexpr int kEscapedUrl = 1940;     // far more than any URL, and what follows it still fits the line
-constexpr long kLowestGain = -799;    // tenths of a dB; below it a fader is off
+constexpr int kUrlSize = 80;        // a URL of a command: 79 characters and the NUL
+constexpr int kEscapedUrl = 1940;   // far more than any URL, and what follows it still fits the line
+constexpr long kLowestGain = -799;  // tenths of a dB; below it a fader is off
 
 using Run = void (*)(const char* line, int i);
 
@@ -50,9 +50,9 @@ struct Command {
   Run run;
 };
 
-// What the line is or begins with (case does not count), whether it is the whole line, what it does. The first row
-// that fits is taken: a longer word stands in front of its own beginning. The marks of a batch do nothing, since the
-// lines of a batch run as they arrive.
+// What the line is or begins with (case does not count), whether it is the whole line, what it does. The
+// first row that fits is taken: a longer word stands in front of its own beginning. The marks of a batch do
+// nothing, since the lines of a batch run as they arrive.
 constexpr std::array<Command, 18> kCommands{{
     {"VER", true, run_ver},
     {"QUIT", true, run_quit},
@@ -112,7 +112,8 @@ void server_cmd(const char* line, int i) {
   if (line == nullptr) return;
   if (station.dbg) (void)std::printf("%s < %s\n", station.appName.c_str(), line);
   for (const Command& command : kCommands) {
-    const bool fits = command.whole ? equal_nocase(line, command.text) : starts_with_nocase(line, command.text);
+    const bool fits =
+        command.whole ? equal_nocase(line, command.text) : starts_with_nocase(line, command.text);
     if (!fits) continue;
     command.run(line, i);
     return;
@@ -137,7 +138,8 @@ LineBuffer fmt_call_indi(const char* url, char listen, char talk, const long* vo
 
 void server_cmd_CALL_STATUS(int fd) {
   server_resp_single(fd, "BEGIN\r\n");
-  for (const HarkLine& line : talk_lines) call_status_line(fd, line, 0, line.state, nullptr);
+  for (const HarkLine& line : talk_lines)
+    call_status_line(fd, line, 0, line.state, nullptr);
   for (const HarkLine& line : listen_lines) {
     const long volume = line.volume;
     call_status_line(fd, line, line.state, 0, &volume);

@@ -1,4 +1,5 @@
-// The commands of panels and of a console's key module, and what other programs and subscribers are told of them.
+// The commands of panels and of a console's key module, and what other programs and subscribers are told of
+// them.
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -43,8 +44,8 @@ constexpr std::array<Module, 3> kModules{{
 constexpr int kKeysPerRow = 10;
 
 const Module* find_module(long type) {
-  const auto found =
-      std::find_if(kModules.begin(), kModules.end(), [type](const Module& module) { return module.type == type; });
+  const auto found = std::find_if(kModules.begin(), kModules.end(),
+                                  [type](const Module& module) { return module.type == type; });
   return found != kModules.end() ? &*found : nullptr;
 }
 
@@ -53,7 +54,8 @@ struct KeyRange {
   long last = 0;
 };
 
-// Reads "a-b". Kept: a single number means all keys, which is what panels of one row have always sent for that.
+// Reads "a-b". Kept: a single number means all keys, which is what panels of one row have always sent for
+// that.
 KeyRange read_keys(const char* value, int nkeys) {
   if (*value == '"') ++value;
   char* end = nullptr;
@@ -111,7 +113,8 @@ void write_module_file(long type, const Module* module) {
 void remove_module(int i, long new_type) {
   ConnectionData& data = server.slot(i);
   uilist_indi('R', i, -1);
-  if (data.ui->type == HarkUIProxy::kNoModule || new_type == HarkUIProxy::kNoModule) station.harkbonjour_init = true;
+  if (data.ui->type == HarkUIProxy::kNoModule || new_type == HarkUIProxy::kNoModule)
+    station.harkbonjour_init = true;
   data.ui.reset();
 }
 
@@ -180,8 +183,8 @@ void writeuilist() {
   for (int i = 0; i < kMaxConnections; ++i) {
     const HarkUIProxy* panel = server.panel(i);
     if (panel == nullptr) continue;
-    (void)std::fprintf(file.get(), "HARKUI KEYS:\"%d-%d\" RADDR:\"%s\"\n", panel->first_key(), panel->last_key(),
-                       peer_text(server.slot(i).addr).c_str());
+    (void)std::fprintf(file.get(), "HARKUI KEYS:\"%d-%d\" RADDR:\"%s\"\n", panel->first_key(),
+                       panel->last_key(), peer_text(server.slot(i).addr).c_str());
   }
 }
 

@@ -14,7 +14,8 @@ void server_cmd_SURFACE(const char* text, int i);
 // The socket to reply to.
 [[nodiscard]] int reply_fd(int i);
 
-// "a.b.c.d" parts for "%d.%d.%d.%d" are never formatted by hand: the address and port of a peer as "a.b.c.d:p".
+// "a.b.c.d" parts for "%d.%d.%d.%d" are never formatted by hand: the address and port of a peer as
+// "a.b.c.d:p".
 [[nodiscard]] std::string peer_text(const sockaddr_in& addr);
 
 }  // namespace hark

@@ -26,8 +26,8 @@ namespace {
 
 constexpr int kGpioPorts = 9;
 constexpr std::array<int, 4> sver{1, 3, 6, 4};
-constexpr int kNameEscaped = 21;   // room for a name of 10 characters, each escaped
-constexpr int kHarkLine = 0;       // lines of the settings file, by index
+constexpr int kNameEscaped = 21;  // room for a name of 10 characters, each escaped
+constexpr int kHarkLine = 0;      // lines of the settings file, by index
 constexpr int kProgramLine = 1;
 constexpr int kPreviewLine = 2;
 constexpr int kFirstGpoLine = 3;
@@ -57,7 +57,8 @@ std::array<char, 32> source_text(in_addr_t address) {
 int program_line(std::span<char> out) {
   std::array<char, kNameEscaped> name{};
   qnr_escape(name.data(), kNameEscaped, station.harkd_alt.data());
-  return format_text(out, "SRC 1 PSNM:\"%s\" RTPA:\"%s\"", name.data(), source_text(station.harkd_qnsrcch).data());
+  return format_text(out, "SRC 1 PSNM:\"%s\" RTPA:\"%s\"", name.data(),
+                     source_text(station.harkd_qnsrcch).data());
 }
 
 int preview_line(std::span<char> out) {
@@ -181,7 +182,9 @@ int harkd_ext_save_config_callback(int index, char* buf, std::size_t n) {
   return format_text(out, "CFG GPO %d %s", port + 1, cfg != nullptr ? cfg : "");
 }
 
-int harkd_ext_HARK_get(char* buf, std::size_t n, int /*index*/) { return line_behind(kHarkLine, kHarkPrefix, buf, n); }
+int harkd_ext_HARK_get(char* buf, std::size_t n, int /*index*/) {
+  return line_behind(kHarkLine, kHarkPrefix, buf, n);
+}
 
 int harkd_ext_SRC_get(char* buf, std::size_t n, int index) {
   return line_behind(index == 0 ? kProgramLine : kPreviewLine, kSourcePrefix, buf, n);
@@ -201,7 +204,8 @@ bool register_objects() {
     int count;
     QnrObjectGetter get;
   };
-  // name, how many (-1: one without an index), its text. "CALL" and "HARKUI" are answered by lists of their own.
+  // name, how many (-1: one without an index), its text. "CALL" and "HARKUI" are answered by lists of their
+  // own.
   static constexpr std::array<ObjectDescription, 9> qnrdb_obj_desc{{
       {"SET", -1, harkd_ext_SET_get},
       {"IP", -1, harkd_ext_IP_get},

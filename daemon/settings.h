@@ -1,6 +1,6 @@
-// The settings that clients and the console may change, kept in one file: the list of the commands that would set them
-// again. Replayed at start, rewritten whole after a change. Also the way in for commands that the server itself does
-// not know.
+// The settings that clients and the console may change, kept in one file: the list of the commands that would
+// set them again. Replayed at start, rewritten whole after a change. Also the way in for commands that the
+// server itself does not know.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,8 @@ extern std::string harkid_file;
 // Starts the settings: the server record over `count` sockets (borrowed), and the virtual contacts.
 void harkd_ext_init(int* cons, int count);
 
-// Handles one line of connection `client` (-1: the daemon's own). 0 when it was handled, -1 when nobody knows it.
+// Handles one line of connection `client` (-1: the daemon's own). 0 when it was handled, -1 when nobody knows
+// it.
 int harkd_ext_input(const char* line, int client);
 
 // The version text, such as " SVER:1.3.6.4 HARK:1 NSRC:2 NGPI:9 NGPO:9". Static.
@@ -37,7 +38,8 @@ int harkd_ext_config_load();
 // Rewrites the settings file.
 void harkd_ext_config_save();
 
-// Line `index` (from 0) of the settings file, without its end, into `buf` of `n` bytes. Its length, below 1 past the end.
+// Line `index` (from 0) of the settings file, without its end, into `buf` of `n` bytes. Its length, below 1
+// past the end.
 int harkd_ext_save_config_callback(int index, char* buf, std::size_t n);
 
 // Object getters.

@@ -1,5 +1,5 @@
-// Seam: one attached panel. It knows who it is and which keys it shows, which is what the control port lists; the text
-// between it and the panel is not built, so that it sends nothing and takes what it receives.
+// Seam: one attached panel. It knows who it is and which keys it shows, which is what the control port lists;
+// the text between it and the panel is not built, so that it sends nothing and takes what it receives.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +16,11 @@ class HarkUIProxy {
   // Writes a text to the panel's connection `context`. Not 0 when it was taken.
   using Send = int (*)(const char* text, int context);
 
-  static constexpr int kNoModule = -1;       // a console whose key module is gone
-  static constexpr int kNetworkPanel = 0;    // attached over the control port
+  static constexpr int kNoModule = -1;     // a console whose key module is gone
+  static constexpr int kNetworkPanel = 0;  // attached over the control port
 
-  // A panel `id` for the keys `first` to `last` (from 1); `aans`: it offers auto-answer. Borrows `shared`. Null without
-  // memory.
+  // A panel `id` for the keys `first` to `last` (from 1); `aans`: it offers auto-answer. Borrows `shared`.
+  // Null without memory.
   [[nodiscard]] static std::unique_ptr<HarkUIProxy> Create(std::string id, int first, int last, int aans,
                                                            HarkUIProxyShared* shared, Send send, int context);
 

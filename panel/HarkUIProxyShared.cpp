@@ -4,8 +4,8 @@
 
 namespace hark {
 
-std::unique_ptr<HarkUIProxyShared> HarkUIProxyShared::Create(int nkeys, const std::string& /*folder*/, Send /*send*/,
-                                                             int /*context*/) {
+std::unique_ptr<HarkUIProxyShared> HarkUIProxyShared::Create(int nkeys, const std::string& /*folder*/,
+                                                             Send /*send*/, int /*context*/) {
   return std::unique_ptr<HarkUIProxyShared>(new (std::nothrow) HarkUIProxyShared(nkeys));
 }
 

@@ -1,5 +1,5 @@
-// Seam: the shared model behind all panels. The model is not built: it knows how many keys there are and takes what it
-// is told, shows nothing, and never asks for anything.
+// Seam: the shared model behind all panels. The model is not built: it knows how many keys there are and
+// takes what it is told, shows nothing, and never asks for anything.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@ class HarkUIProxyShared {
   using Send = int (*)(const char* text, int context);
 
   // A new model for `nkeys` keys, its files in `folder`; null without memory.
-  [[nodiscard]] static std::unique_ptr<HarkUIProxyShared> Create(int nkeys, const std::string& folder, Send send,
-                                                                 int context);
+  [[nodiscard]] static std::unique_ptr<HarkUIProxyShared> Create(int nkeys, const std::string& folder,
+                                                                 Send send, int context);
 
   [[nodiscard]] int nkeys() const { return nkeys_; }
 
@@ -38,7 +38,7 @@ class HarkUIProxyShared {
 
 // Bits of `dirty`.
 inline constexpr std::uint32_t kDirtyIndicators = 2;
-inline constexpr std::uint32_t kDirtyStations = 7;    // labels, indicators and the channel list
+inline constexpr std::uint32_t kDirtyStations = 7;  // labels, indicators and the channel list
 inline constexpr std::uint32_t kDirtyAll = 65535;
 
 }  // namespace hark

@@ -25,17 +25,17 @@ HarkqnrHooks harkqnr_hooks;
 
 namespace {
 
-constexpr int kSrcEscaped = 600;         // room for any URL or media address, each character escaped
-constexpr int kNameEscaped = 21;         // room for a name of 10 characters, each escaped
+constexpr int kSrcEscaped = 600;  // room for any URL or media address, each character escaped
+constexpr int kNameEscaped = 21;  // room for a name of 10 characters, each escaped
 constexpr std::size_t kAppIdSize = 32;
 constexpr std::size_t kAppIdFixed = 16;  // "orfe:app:hark#1@"
 
-// How long a routing daemon that does not read may hold one command up. Far longer than it ever needs; beyond it the
-// connection is given up and dialled anew.
+// How long a routing daemon that does not read may hold one command up. Far longer than it ever needs; beyond
+// it the connection is given up and dialled anew.
 constexpr timeval kSendLimit{1, 200'000};
 
 struct HarkqnrState {
-  int qnr_fd = -1;                     // owned; closed here or by whoever tells of it with harkqnr_connected(-1)
+  int qnr_fd = -1;  // owned; closed here or by whoever tells of it with harkqnr_connected(-1)
   std::unique_ptr<LineReader> rxcmdbuf;  // made at the first receive
   LineBuffer txcmdbuf{};
 };
@@ -45,15 +45,15 @@ void trace_sent() {
   if (station.dbg) (void)std::printf("harkqnr_ctrl > %s", g_qnr.txcmdbuf.data());
 }
 
-// Sends the transmit buffer. A routing daemon that stopped reading, or took half a command, is no partner any more:
-// shutting the socket makes the next receive report the loss, and the main loop dials again.
+// Sends the transmit buffer. A routing daemon that stopped reading, or took half a command, is no partner any
+// more: shutting the socket makes the next receive report the loss, and the main loop dials again.
 void send_txcmdbuf() {
   trace_sent();
   if (qnr_cmd(g_qnr.qnr_fd, g_qnr.txcmdbuf.data()) != 0) (void)::shutdown(g_qnr.qnr_fd, SHUT_RDWR);
 }
 
-// "orfe:app:hark#1@" and the hardware address of eth0. The interface is fixed, not the one of the options: the id
-// names the device, whichever interface the intercom runs on.
+// "orfe:app:hark#1@" and the hardware address of eth0. The interface is fixed, not the one of the options:
+// the id names the device, whichever interface the intercom runs on.
 void mkappid(std::span<char> buf) {
   copy_text(buf, "orfe:app:hark#1@unknown");
   std::array<unsigned char, 6> a{};
@@ -91,7 +91,8 @@ int harkqnr_recv() {
     return close_connection();
   }
   if (g_qnr.rxcmdbuf->receive(g_qnr.qnr_fd) <= 0) return close_connection();
-  while (const char* line = g_qnr.rxcmdbuf->next()) harkqnr_cmd(line);
+  while (const char* line = g_qnr.rxcmdbuf->next())
+    harkqnr_cmd(line);
   return g_qnr.qnr_fd;
 }
 
@@ -108,9 +109,9 @@ void harkqnr_ctrl(const char* fmt, ...) {
 
 void harkqnr_ctrl(int dst, const char* src, int gain, int gpio, int pin) {
   if (dst >= 0) {
-    // The input number counts from the first routing destination here, and from 1 in harkqnr_dstgain. Kept: both are
-    // the same with the default destinations, and installed mixers are numbered after this.
-    // No address holds a quote or a backslash; escaping keeps one that does from ending the value.
+    // The input number counts from the first routing destination here, and from 1 in harkqnr_dstgain. Kept:
+    // both are the same with the default destinations, and installed mixers are numbered after this. No
+    // address holds a quote or a backslash; escaping keeps one that does from ending the value.
     std::array<char, kSrcEscaped> escaped{};
     qnr_escape(escaped.data(), kSrcEscaped, src);
     harkqnr_ctrl("set %s.sub#%d.in#%d src_id=\"%s\", gain=%d\r\n", qncp_hark, kSubListen,
@@ -120,7 +121,8 @@ void harkqnr_ctrl(int dst, const char* src, int gain, int gpio, int pin) {
   std::array<char, 32> line{};
   TextWriter out(line);
   out.append("GPI %d ", station.harkd_qnrd_gpio_base + gpio);
-  for (int i = 1; i <= kGpioPins; ++i) out.append("%c", i != pin ? 'x' : src != nullptr ? 'L' : 'H');
+  for (int i = 1; i <= kGpioPins; ++i)
+    out.append("%c", i != pin ? 'x' : src != nullptr ? 'L' : 'H');
   out.append("\r\n");
   if (harkqnr_hooks.ext_input != nullptr) (void)harkqnr_hooks.ext_input(line.data(), -1);
 }
@@ -156,8 +158,8 @@ int harkqnr_HARK(char* buf, std::size_t n) {
   TextWriter out(std::span(buf, n));
   out.append("HARK LABL:\"%s\" TRGL:%d TRGLA:%d DROPFLASH:%ld DIML:%ld LATCH:%ld", name.data(),
              station.harkd_trgl_normal + 1, station.harkd_trgl_onair + 1,
-             static_cast<long>(station.hark_fardrop_timeout / kUsPerMs), static_cast<long>(station.harkd_ifbgain),
-             station.harkui_tap_time_ms);
+             static_cast<long>(station.hark_fardrop_timeout / kUsPerMs),
+             static_cast<long>(station.harkd_ifbgain), station.harkui_tap_time_ms);
   out.append(" EXTC:%d", station.harkd_extc);
   if (station.harkui_aans != -1) out.append(" AANS:%d", station.harkui_aans);
   return out.length();

@@ -1,4 +1,5 @@
-// The lines that come from the routing daemon, from the settings file and from clients: one function for each kind.
+// The lines that come from the routing daemon, from the settings file and from clients: one function for each
+// kind.
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -16,8 +17,8 @@
 namespace hark {
 namespace {
 
-constexpr long kStationGpioPorts = 8;   // the last ports at the routing daemon are the intercom's
-constexpr int kConsoleValueSize = 33;   // 32 characters and the NUL
+constexpr long kStationGpioPorts = 8;  // the last ports at the routing daemon are the intercom's
+constexpr int kConsoleValueSize = 33;  // 32 characters and the NUL
 constexpr long kRelayChassisPort = 4020;
 
 // A setting's number, held to the range of int: nothing on a line may overflow what it is stored in.
@@ -106,7 +107,8 @@ void take_labl(const char* value) {
 long time_ms(const char* value) { return std::clamp<long>(qnr_vall(value), 0, INT_MAX); }
 
 void take_hark(const char* rest) {
-  if (const char* value = qnr_findval(rest, "DROPFLASH")) station.hark_fardrop_timeout = time_ms(value) * kUsPerMs;
+  if (const char* value = qnr_findval(rest, "DROPFLASH"))
+    station.hark_fardrop_timeout = time_ms(value) * kUsPerMs;
   take_trigger_level(rest, "TRGL", station.harkd_trgl_normal);
   take_trigger_level(rest, "TRGLA", station.harkd_trgl_onair);
   if (const char* value = qnr_findval(rest, "DIML")) take_diml(value);
@@ -117,7 +119,8 @@ void take_hark(const char* rest) {
   qnrdb_indi(kAllConnections, "HARK", -1, nullptr);
 }
 
-// The supervisor object tells where the console is: an address, or what kind of device this is, which implies it.
+// The supervisor object tells where the console is: an address, or what kind of device this is, which implies
+// it.
 void take_supv(const char* rest) {
   std::array<char, kConsoleValueSize> value{};
   std::array<char, kConsoleValueSize> address{};

@@ -37,7 +37,9 @@ void trace_event(const char* mark, const GpioEvent& event) {
   (void)std::printf("harkqnr_gpio_event_queue %s %d/%d/%c\n", mark, event.channel, event.pin, event.current);
 }
 
-bool names_contact(const harkurl_info& info, const char* tag, int pin) { return url_tagl(info.tags, tag) == pin; }
+bool names_contact(const harkurl_info& info, const char* tag, int pin) {
+  return url_tagl(info.tags, tag) == pin;
+}
 
 // Every line of the source file that names this contact acts.
 void harkqnr_gpio_gpo(int ch, int pin, char c) {
@@ -72,7 +74,8 @@ void far_contact(int ch, int pin, char c) {
   });
   if (found != queue.end()) {
     if (station.dbg) {
-      (void)std::printf("harkqnr_gpio_event_queue %zu: %d/%d/%c->%c\n", queue.size(), ch, pin, found->current, c);
+      (void)std::printf("harkqnr_gpio_event_queue %zu: %d/%d/%c->%c\n", queue.size(), ch, pin, found->current,
+                        c);
     }
     found->current = c;
     if (c == 'L') found->time = now;

@@ -1,5 +1,5 @@
-// Contacts that the routing daemon reports: the station's own port drives the on-air state and the speaker mute; the
-// contacts of other ports, debounced, make and end calls to the sources that name them.
+// Contacts that the routing daemon reports: the station's own port drives the on-air state and the speaker
+// mute; the contacts of other ports, debounced, make and end calls to the sources that name them.
 #pragma once
 
 #include "addressing/harkurl.h"

@@ -1,5 +1,5 @@
-// Seam: PTT requests by multicast, by which a talk line asks the device that serves a channel to let us talk into it.
-// They are not built: nothing is sent or received, as with a device that never answers.
+// Seam: PTT requests by multicast, by which a talk line asks the device that serves a channel to let us talk
+// into it. They are not built: nothing is sent or received, as with a device that never answers.
 #pragma once
 
 #include <sys/select.h>

@@ -36,7 +36,8 @@ bool may_change(const QnrGpio& gpio, int client) {
   return (gpio.server->access[client] & kAccessGpio) != 0;
 }
 
-// A command that this station does not run itself ("GPO 3 CMD:...") is passed to whoever subscribed to the contact.
+// A command that this station does not run itself ("GPO 3 CMD:...") is passed to whoever subscribed to the
+// contact.
 void pass_on(const char* name, const Command& command) {
   LineBuffer text;
   format_text(text, "%s\r\n", command.line);
@@ -67,8 +68,9 @@ void for_each_change(unsigned word, Set set) {
 }
 
 // Reports the ports of one direction whose levels differ from what was last reported.
-// Kept: 0 stands for a port that was never reported, so that a port with all pins low is reported again on each pass,
-// with every pin as changed. Who drives a relay by these reports gets the closure repeated, and relies on it.
+// Kept: 0 stands for a port that was never reported, so that a port with all pins low is reported again on
+// each pass, with every pin as changed. Who drives a relay by these reports gets the closure repeated, and
+// relies on it.
 void notify_ports(const char* name, int count, int (*level)(int), std::span<std::uint8_t> state,
                   bool to_routing) {
   for (int port = 0; port < std::min(count, kMaxGpioPorts); ++port) {
@@ -122,7 +124,7 @@ int do_cfg_gpo(QnrGpio& gpio, const Command& command) {
 struct Keyword {
   std::string_view word;
   std::size_t object_at;  // where "GPO" or "GPI" stands in it
-  int GpioDriver::* count;
+  int GpioDriver::*count;
   int (*run)(QnrGpio&, const Command&);
 };
 
@@ -211,7 +213,8 @@ int qnr_gpio_input(QNR_EXT* ext, int client, const char* const* lines, int count
 
 void qnr_gpio_timer(QNR_EXT* ext) {
   auto& gpio = static_cast<QnrGpio&>(*ext);
-  for (int port = 0; port < gpio.drv->ngpo; ++port) vgpio_timer(port);
+  for (int port = 0; port < gpio.drv->ngpo; ++port)
+    vgpio_timer(port);
   qnr_gpio_notify(gpio);
 }
 

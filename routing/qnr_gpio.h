@@ -1,5 +1,5 @@
-// The virtual contacts as text: the GPI, GPO and CFG GPO commands, their objects, and the reports of what changed.
-// Hangs on the server record as its one extension.
+// The virtual contacts as text: the GPI, GPO and CFG GPO commands, their objects, and the reports of what
+// changed. Hangs on the server record as its one extension.
 #pragma once
 
 #include <array>
@@ -23,16 +23,16 @@ struct QnrGpio : QNR_EXT {
 };
 extern QnrGpio qnr_gpio;
 
-// The five characters of a port. `word`: levels in the low byte, marks of change in the high one; "h" and "l" for
-// unchanged pins, "H" and "L" for changed ones.
+// The five characters of a port. `word`: levels in the low byte, marks of change in the high one; "h" and "l"
+// for unchanged pins, "H" and "L" for changed ones.
 [[nodiscard]] std::array<char, kGpioPins + 1> gpio2asc(unsigned word);
 
-// The word that at most five characters ask for: marks of change in the high byte, levels in the low one. "x" leaves a
-// pin; any other character ends the text. 0: nothing to do.
+// The word that at most five characters ask for: marks of change in the high byte, levels in the low one. "x"
+// leaves a pin; any other character ends the text. 0: nothing to do.
 [[nodiscard]] unsigned asc2gpio(const char* text);
 
-// Handles "CFG GPO n tags", "GPO n states [DURATION:ms]" (or "SET GPO ...") and "GPI n states". 0 if any of the lines
-// was one of these and in order, otherwise -1; a port out of range is answered to `client`.
+// Handles "CFG GPO n tags", "GPO n states [DURATION:ms]" (or "SET GPO ...") and "GPI n states". 0 if any of
+// the lines was one of these and in order, otherwise -1; a port out of range is answered to `client`.
 int qnr_gpio_input(QNR_EXT* ext, int client, const char* const* lines, int count);
 
 // Ends pulses and reports what changed. Runs on each pass of the main loop.

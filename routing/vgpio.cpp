@@ -23,20 +23,20 @@ namespace {
 constexpr std::uint16_t kAllHighWord = kGpioAllHigh << 8;  // levels stand in bits 8 to 12
 constexpr std::size_t kMaxConfig = 1980;                   // so that "CFG GPO n " and the text are one line
 constexpr int kNoPulse = -1;
-constexpr long kScanLimitMs = 25;                          // closures shorter than a scan can be lost
+constexpr long kScanLimitMs = 25;  // closures shorter than a scan can be lost
 constexpr TimeUs kScanWarningPeriod = 30 * kUsPerSecond;
 
 const char* const validtags_CFG_GPO[] = {"NAME", "SRCA", "FUNC", "CMAP", nullptr};
 
 struct GpioPort {
-  std::string cfg;                       // tag list
-  std::uint32_t follow_state = 0;        // by pin: the level to take when a pulse ends
+  std::string cfg;                 // tag list
+  std::uint32_t follow_state = 0;  // by pin: the level to take when a pulse ends
   std::array<TimeUs, kGpioPins> pulse_start{};
   std::array<std::int32_t, kGpioPins> pulse_ms{kNoPulse, kNoPulse, kNoPulse, kNoPulse, kNoPulse};
   std::uint16_t gpi_local = kAllHighWord;
   std::uint16_t gpo_local = kAllHighWord;
-  std::uint16_t* gpi = &gpi_local;       // borrowed
-  std::uint16_t* gpo = &gpo_local;       // borrowed
+  std::uint16_t* gpi = &gpi_local;  // borrowed
+  std::uint16_t* gpo = &gpo_local;  // borrowed
 };
 
 // The rhythm of the scan.

@@ -1,5 +1,5 @@
-// One telephone-like line of a service: one call at a time. It is idle, or seized by the control layer for a call that
-// needs no signalling; the other states come with the protocol stack, which is not built.
+// One telephone-like line of a service: one call at a time. It is idle, or seized by the control layer for a
+// call that needs no signalling; the other states come with the protocol stack, which is not built.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@ namespace hark {
 
 class SipServiceUA;
 
-// Commands return 1; a refusal is reported as a line error and still returns 1. The state is written before the event
-// that reports it, so that a receiver may call straight back.
+// Commands return 1; a refusal is reported as a line error and still returns 1. The state is written before
+// the event that reports it, so that a receiver may call straight back.
 class SipLine {
  public:
   // Borrows `service`, which owns the line.

@@ -1,5 +1,5 @@
-// One SIP identity of the station, with its lines. What it tells the protocol stack of itself (ports, payloads, its
-// texts) is kept here for the stack, which is not built.
+// One SIP identity of the station, with its lines. What it tells the protocol stack of itself (ports,
+// payloads, its texts) is kept here for the stack, which is not built.
 #pragma once
 
 #include <cstdint>
@@ -17,12 +17,12 @@ class SipStackUA;
 struct SipServiceConfig {
   std::uint32_t localIp = 0;
   std::uint16_t localPort = 0;
-  std::uint32_t publicIp = 0;    // advertised; the station's multicast media address
+  std::uint32_t publicIp = 0;  // advertised; the station's multicast media address
   std::uint16_t publicPort = 0;
   std::uint32_t altIp = 0;
-  std::string payloadTypes;      // such as "96=L24/48000/2"; empty: none
+  std::string payloadTypes;  // such as "96=L24/48000/2"; empty: none
   std::string displayName;
-  std::string user;              // the identity, "hark-talk@a.b.c.d;tags"
+  std::string user;  // the identity, "hark-talk@a.b.c.d;tags"
   std::string domain;
   unsigned lines = 0;
   bool matchNumber = false;

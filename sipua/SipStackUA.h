@@ -1,6 +1,7 @@
-// The one doorway between the control layer and the SIP user agent: a process-wide object that owns the services, turns
-// commands for (service, line) into calls on that line, and passes up what happens below. The protocol stack beneath it
-// is not built: a line can be seized and dropped, and an outgoing call ends as a failed one.
+// The one doorway between the control layer and the SIP user agent: a process-wide object that owns the
+// services, turns commands for (service, line) into calls on that line, and passes up what happens below. The
+// protocol stack beneath it is not built: a line can be seized and dropped, and an outgoing call ends as a
+// failed one.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +27,8 @@ class SipStackUA {
   // One pump of the stack. True when there was no failure.
   bool ProcessMessages();
 
-  // Makes service `service`; one that stands is destroyed first, with its event. A failure is a service error.
+  // Makes service `service`; one that stands is destroyed first, with its event. A failure is a service
+  // error.
   void ServiceCreate(unsigned service, const SipServiceConfig& config);
   // Destroys it. The event follows even when there was none.
   void ServiceDestroy(unsigned service);
@@ -45,7 +47,7 @@ class SipStackUA {
   [[nodiscard]] SipLine* FindLine(unsigned service, unsigned line) const;
 
   std::vector<std::unique_ptr<SipServiceUA>> m_ppServices;  // a slot may be null
-  const ISipStackUAEvents* m_pEvents = &kNoEvents;           // borrowed
+  const ISipStackUAEvents* m_pEvents = &kNoEvents;          // borrowed
   static const ISipStackUAEvents kNoEvents;
 };
 

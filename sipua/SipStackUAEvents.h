@@ -1,13 +1,14 @@
-// The table of callbacks by which the SIP user agent tells the control layer what happens, and the states of a line.
+// The table of callbacks by which the SIP user agent tells the control layer what happens, and the states of
+// a line.
 #pragma once
 
 namespace hark {
 
 struct cpsip_msg;
 
-// A plain record: every slot may be null, and the operation of the same name then does nothing. Services and lines
-// are indices. Texts are valid during the call. Called synchronously, from inside ProcessMessages or from inside the
-// command that caused the event; a receiver may call back.
+// A plain record: every slot may be null, and the operation of the same name then does nothing. Services and
+// lines are indices. Texts are valid during the call. Called synchronously, from inside ProcessMessages or
+// from inside the command that caused the event; a receiver may call back.
 struct ISipStackUAEvents {
   // States of a line. The values cross this border and are fixed.
   enum ESipLineState : unsigned {

@@ -14,12 +14,12 @@ inline constexpr int kLogInfo = 6;
 inline constexpr int kLogDebug = 7;
 
 // Options and facility of openlog.
-inline constexpr unsigned kLogPid = 1;       // accepted for the callers' sake: the pid always stands in the line
-inline constexpr unsigned kLogStderr = 32;   // a copy of each message to stderr
+inline constexpr unsigned kLogPid = 1;  // accepted for the callers' sake: the pid always stands in the line
+inline constexpr unsigned kLogStderr = 32;  // a copy of each message to stderr
 inline constexpr unsigned kLogFacilityUser = 8;
 
-// File with the server and the level: word pairs "SyslogServer_IPaddr a.b.c.d", "SyslogServer_SeverityLevel n".
-// Looked at on every message, so that a change needs no signal. Writable for deployments and tests.
+// File with the server and the level: word pairs "SyslogServer_IPaddr a.b.c.d", "SyslogServer_SeverityLevel
+// n". Looked at on every message, so that a change needs no signal. Writable for deployments and tests.
 extern std::string log_cfgfile;
 
 // Starts the log, or starts it afresh. Copies `ident`. Returns 0.

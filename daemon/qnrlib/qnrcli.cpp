@@ -95,7 +95,8 @@ char* qnrcli_recv(_tagQNRCLI* client, long timeout_us) {
   if (end == nullptr) return nullptr;
   char* line = client->head;
   *end++ = '\0';
-  while (end < client->tail && (*end == '\r' || *end == '\n')) ++end;
+  while (end < client->tail && (*end == '\r' || *end == '\n'))
+    ++end;
   client->head = end;
   return line;
 }

@@ -93,8 +93,9 @@ void report_text(const Range& range, int client, const char* name, const char* t
   if (*text == '\0' || (name != nullptr && range.count == 0 && client == kAllConnections)) return;
   for (int candidate = 0; candidate < kMaxConnections; ++candidate) {
     const bool anyone = name == nullptr && client == kAllConnections;
-    const bool meant = client == candidate || anyone ||
-                       (client == kAllConnections && is_target(client, candidate, qnrobjdb.objs[range.first]));
+    const bool meant =
+        client == candidate || anyone ||
+        (client == kAllConnections && is_target(client, candidate, qnrobjdb.objs[range.first]));
     if (meant) send_to(candidate, text);
   }
 }
@@ -116,8 +117,8 @@ struct ListEntry {
   int index = -1;
 };
 
-// Reads the entry at `p` and moves `p` behind it and the blanks that follow. A number behind a name is its index
-// when it is not 0 and a blank or the end follows.
+// Reads the entry at `p` and moves `p` behind it and the blanks that follow. A number behind a name is its
+// index when it is not 0 and a blank or the end follows.
 ListEntry read_list_entry(const char*& p) {
   ListEntry entry;
   const std::string_view word(p, std::strcspn(p, " "));
@@ -184,7 +185,8 @@ int qnrdb_reg_obj(QnrObjectDb* db, const char* name, int count, QnrObjectGetter 
   }
   db->objs.push_back(row);
   row.get = get;
-  for (row.index = 0; row.index < count; ++row.index) db->objs.push_back(row);
+  for (row.index = 0; row.index < count; ++row.index)
+    db->objs.push_back(row);
   return first;
 }
 
@@ -249,7 +251,8 @@ int qnrdb_cmd_input(QnrObjectDb* db, const char* line, int client) {
     bool on;
   };
   // prefix of the line, whether it subscribes
-  static constexpr std::array<Verb, 4> kVerbs{{{"SUB ", true}, {"ADD ", true}, {"UNSUB ", false}, {"DEL ", false}}};
+  static constexpr std::array<Verb, 4> kVerbs{
+      {{"SUB ", true}, {"ADD ", true}, {"UNSUB ", false}, {"DEL ", false}}};
 
   if (*line == '\0' || *line == '#') return 0;
   if (equal_nocase(line, "CFG")) {

@@ -1,5 +1,5 @@
-// The server record that extensions hang on, and the two ways of running a settings file through a line handler.
-// Used by the daemon's settings and by the virtual GPIO, which is the one extension.
+// The server record that extensions hang on, and the two ways of running a settings file through a line
+// handler. Used by the daemon's settings and by the virtual GPIO, which is the one extension.
 #pragma once
 
 #include <cstddef>
@@ -48,8 +48,8 @@ void qnr_ext_ver(QNR_SERVER* server, char* buf, std::size_t n);
 // Hands the line to each extension. 0 if any took it, otherwise -1.
 [[nodiscard]] int qnr_ext_input(QNR_SERVER* server, const char* line, int client);
 
-// Runs the file `path`, or `fallback` when `path` cannot be opened, through `line`: "BEGIN", each line that is not
-// empty, "EXE". A missing file is logged and calls nothing.
+// Runs the file `path`, or `fallback` when `path` cannot be opened, through `line`: "BEGIN", each line that
+// is not empty, "EXE". A missing file is logged and calls nothing.
 void qnr_conf_load(const std::string& path, const std::string& fallback, void (*line)(const char*));
 
 // The two's complement of the 8-bit sum of the bytes, so that data and checksum sum to 0.

@@ -37,7 +37,8 @@ void walk_value(const char* val, bool line_ends_quoted, Keep keep) {
   }
 }
 
-// The token of `text` whose name is the first `length` characters of `tag`, with a character of `closers` behind.
+// The token of `text` whose name is the first `length` characters of `tag`, with a character of `closers`
+// behind.
 const char* find_token(const char* text, const char* tag, std::size_t length, const char* closers) {
   while (*text != '\0') {
     if (strncasecmp(text, tag, length) == 0 && text[length] != '\0' &&
@@ -69,7 +70,8 @@ void qnr_nextval(const char*& p) {
     }
     ++p;
   }
-  while (is_separator(*p)) ++p;
+  while (is_separator(*p))
+    ++p;
 }
 
 const char* qnr_findtag(const char* text, const char* tag, std::size_t taglen) {

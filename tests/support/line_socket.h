@@ -1,5 +1,5 @@
-// One end of a socket pair for code that reads and writes text lines on a socket: the test holds the other end, sees
-// the lines that were sent, and sends lines of its own. Nothing here waits.
+// One end of a socket pair for code that reads and writes text lines on a socket: the test holds the other
+// end, sees the lines that were sent, and sends lines of its own. Nothing here waits.
 #pragma once
 
 #include <string>
@@ -31,8 +31,8 @@ class LineSocket {
   UniqueFd test_;
 };
 
-// Stands for the routing daemon: what Lines() gives is what the mixer was told. Connected at construction, with the
-// greeting already taken off; disconnected at destruction.
+// Stands for the routing daemon: what Lines() gives is what the mixer was told. Connected at construction,
+// with the greeting already taken off; disconnected at destruction.
 class RecordingMixer : public LineSocket {
  public:
   RecordingMixer();
