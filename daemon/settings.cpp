@@ -130,7 +130,8 @@ int harkd_ext_input(const char* line, int client) {
     setting.input(line);
     return 0;
   }
-  if (qnr_ext_input(&qnr, line, client) >= 0) return 0;
+  qnr.answered = false;
+  if (qnr_ext_input(&qnr, line, client) >= 0 || qnr.answered) return 0;
   return qnrdb_cmd_input(&qnrobjdb, line, client);
 }
 

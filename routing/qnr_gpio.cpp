@@ -136,11 +136,15 @@ constexpr std::array<Keyword, 4> kKeywords{{
     {"GPI", 0, &GpioDriver::ngpi, do_gpi},
 }};
 
+// The one error that the client gets for the line: that it is no other command either need not be told.
+int refuse(QnrGpio& gpio, int client, const char* error) {
+  qnrdb_indi(client, nullptr, -1, error);
+  if (gpio.server != nullptr) gpio.server->answered = true;
+  return -1;
+}
+
 int run_keyword(QnrGpio& gpio, int client, const char* line, const Keyword& keyword) {
-  if (!may_change(gpio, client)) {
-    qnrdb_indi(client, nullptr, -1, QNR_ERROR_BADCOMMAND);
-    return -1;
-  }
+  if (!may_change(gpio, client)) return refuse(gpio, client, QNR_ERROR_BADCOMMAND);
   const char* p = line + keyword.word.size();
   if (*p != ' ') return -1;
   char* end = nullptr;
@@ -149,8 +153,7 @@ int run_keyword(QnrGpio& gpio, int client, const char* line, const Keyword& keyw
   p = end + std::strspn(end, " ");
   if (*p == '\0') return -1;  // a plain read, which is the object table's
   if (number < 1 || number > static_cast<unsigned long>(gpio.drv->*keyword.count)) {
-    qnrdb_indi(client, nullptr, -1, QNR_ERROR_BADPORT);
-    return -1;
+    return refuse(gpio, client, QNR_ERROR_BADPORT);
   }
   return keyword.run(gpio, {client, static_cast<int>(number) - 1, line + keyword.object_at, p});
 }

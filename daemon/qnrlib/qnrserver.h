@@ -31,6 +31,7 @@ struct QNR_SERVER {
   int count = 0;                          // of `cons`
   QNR_EXT* exts = nullptr;                // borrowed
   bool changed = false;                   // a setting changed that belongs in the settings file
+  bool answered = false;                  // an extension refused the line with an error of its own
 };
 
 // Path of the settings file in use, and of one to take when that is missing (empty: none).
