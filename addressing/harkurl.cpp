@@ -142,8 +142,9 @@ std::string harkurl_fromsip2(const char* name, const char* sip) {
   std::string address;
   if (sip != nullptr) address = harkurl_fromsip(sip).value_or(sip);
   if (name == nullptr || *name == '\0') return address;
-  std::string out = "\"" + std::string(name) + "\"";
-  if (!address.empty()) out += " <" + address + ">";
+  std::string out;
+  out.append(1, '"').append(name).append(1, '"');
+  if (!address.empty()) out.append(" <").append(address).append(1, '>');
   return out;
 }
 

@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# One station beside a simulated routing daemon, from a clean clone: installs what is missing, builds, starts both, makes
+# a listen and a talk call on the control port, shows what the mixer does, drops the calls. `--keep` leaves the station
+# running and tells how to talk to it. Needs no root, but for installing packages.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+keep=false
+case "${1:-}" in
+  "") ;;
+  --keep) keep=true ;;
+  *) echo "usage: scripts/demo.sh [--keep]" >&2; exit 2 ;;
+esac
+
+build=build/release
+root=$(mktemp -d "${TMPDIR:-/tmp}/harkd-demo.XXXXXX")
+ctrl_port=${HARK_DEMO_PORT:-14013}
+station_pid=
+sim_pid=
+
+stop() {
+  [ -z "$station_pid" ] || kill "$station_pid" 2>/dev/null || true
+  [ -z "$sim_pid" ] || kill "$sim_pid" 2>/dev/null || true
+  wait 2>/dev/null || true
+  rm -rf "$root"
+}
+trap stop EXIT
+
+say() { printf '\n== %s\n' "$*"; }
+fail() {
+  echo "demo: $*" >&2
+  for log in mixer station; do sed "s/^/$log | /" "$root/$log.log" 2>/dev/null | tail -n 20 >&2; done
+  exit 1
+}
+
+# Waits up to 10 seconds until the file holds the text.
+wait_for() {
+  local file=$1 text=$2
+  for _ in $(seq 200); do
+    grep -qF -- "$text" "$file" 2>/dev/null && return 0
+    sleep 0.05
+  done
+  fail "waited in vain for: $text"
+}
+
+# Shows what the mixer printed since the last time.
+shown=0
+show_mixer() {
+  tail -n +$((shown + 1)) "$root/mixer.log" | sed 's/^/   mixer | /'
+  shown=$(wc -l <"$root/mixer.log")
+}
+
+# Sends a line on the control port, and shows what comes back up to the text that answers it.
+control() {
+  local line=$1 answer=$2 reply
+  echo "   > $line"
+  printf '%s\r\n' "$line" >&3
+  while IFS= read -r -t 10 reply <&3; do
+    reply=${reply%$'\r'}
+    echo "   < $reply"
+    [[ $reply == *"$answer"* ]] && return 0
+  done
+  fail "no answer to: $line"
+}
+
+scripts/install-deps.sh g++ cmake ninja-build git
+say "Building a release"
+cmake --preset release -DHARK_BENCH=OFF >/dev/null
+cmake --build --preset release --target harkd quillsim | tail -n 1
+
+say "Starting a simulated routing daemon, and a station under $root"
+mkdir -p "$root"/etc/Orfe/hark "$root"/etc/Orfe/EngConf "$root"/var/run "$root"/var/tmp
+mkfifo "$root/sim.in"
+"$build"/tools/quillsim/quillsim --listen 127.0.0.1:0 --strict \
+  --greet 'HARK LABL:"Studio A" TRGL:4' --greet 'SRC 1 PSNM:"Studio A" RTPA:"239.192.0.77"' \
+  <"$root/sim.in" >"$root/mixer.log" 2>&1 &
+sim_pid=$!
+exec 4>"$root/sim.in"
+wait_for "$root/mixer.log" "127.0.0.1:"
+sim_port=$(grep -oE '127\.0\.0\.1:[0-9]+' "$root/mixer.log" | head -n 1 | cut -d: -f2)
+
+HARK_ROOT=$root "$build"/daemon/harkd -debug -i none0 -sip_ip 127.0.0.1 -ctrl_port "$ctrl_port" \
+  -qnr_port "$sim_port" >"$root/station.log" 2>&1 &
+station_pid=$!
+wait_for "$root/station.log" 'harkqnr_ctrl < SRC 1'
+exec 3<>"/dev/tcp/127.0.0.1/$ctrl_port" || fail "the control port $ctrl_port does not answer"
+control VER "VER SVER"
+show_mixer
+
+say "A listen call to a source of level 4, and one of level 6 that dims it"
+control 'CALL' 'END'  # tells of the calls that are up, and of every change from now on
+control 'CALL URL:"quillnet:239.192.4.210;trgl=4" LISTEN:1' 'LISTEN:1'
+control 'CALL URL:"quillnet:239.192.4.211;trgl=6" LISTEN:1' 'LISTEN:1'
+wait_for "$root/mixer.log" '239.192.4.211'
+show_mixer
+
+say "A talk call to a source that is told by a contact"
+control 'SUB GPI' 'END'
+control 'CALL URL:"quillnet:239.192.4.212;gpio=1;gpiot=2" TALK:1' 'TALK:1'
+
+say "Dropping all three: each ends 400 ms after it was asked for"
+control 'CALL URL:"quillnet:239.192.4.211" LISTEN:0' 'LISTEN:0'
+control 'CALL URL:"quillnet:239.192.4.210" LISTEN:0' 'LISTEN:0'
+control 'CALL URL:"quillnet:239.192.4.212" TALK:0' 'TALK:0'
+echo show >&4
+sleep 0.2
+show_mixer
+
+if $keep; then
+  say "The station is running (process $station_pid). Talk to it with any TCP client, from this or another shell:"
+  cat <<END
+   exec 3<>/dev/tcp/127.0.0.1/$ctrl_port; printf 'CALL\r\n' >&3; timeout 1 cat <&3
+   exec 3<>/dev/tcp/127.0.0.1/$ctrl_port; printf 'CALL URL:"quillnet:239.192.4.210" LISTEN:1\r\n' >&3
+   nc 127.0.0.1 $ctrl_port          (Debian's package netcat-openbsd)
+
+   what the mixer does: tail -f $root/mixer.log
+   to stop it:          kill $station_pid $sim_pid; rm -r $root
+END
+  disown "$station_pid" "$sim_pid"
+  trap - EXIT
+  exit 0
+fi
+
+say "Stopping the station"
+kill -TERM "$station_pid"
+wait "$station_pid" || fail "the station ended with status $?"
+station_pid=
+echo quit >&4
+wait "$sim_pid" || fail "the routing daemon refused a command of the station"
+sim_pid=
+echo "   both ended cleanly"
