@@ -1,0 +1,40 @@
+#include "system/support/ports.h"
+
+#include <unistd.h>
+
+#include "system/support/sockets.h"
+
+namespace hark::test {
+namespace {
+
+constexpr int kFirst = 12000;
+constexpr int kCount = 18000;
+constexpr int kStep = 4;  // each choice owns so many numbers
+
+// Each process starts elsewhere, so that tests that run side by side seldom meet.
+int next_candidate() {
+  static int turn = static_cast<int>(::getpid() % (kCount / kStep)) * 37;
+  return kFirst + turn++ % (kCount / kStep) * kStep;
+}
+
+}  // namespace
+
+int free_tcp_port() {
+  for (int tries = 0; tries < kCount / kStep; ++tries) {
+    const int port = next_candidate();
+    if (bound_socket(SOCK_STREAM, "0.0.0.0", port).is_open()) return port;
+  }
+  return -1;
+}
+
+int free_sip_base(const std::string& address) {
+  for (int tries = 0; tries < kCount / kStep; ++tries) {
+    const int base = next_candidate();
+    const UniqueFd listen = bound_socket(SOCK_DGRAM, address, base + 1);
+    const UniqueFd talk = bound_socket(SOCK_DGRAM, address, base + 2);
+    if (listen.is_open() && talk.is_open()) return base;
+  }
+  return -1;
+}
+
+}  // namespace hark::test

@@ -1,0 +1,82 @@
+// The command line of the simulated routing daemon.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/quillsim/options.h"
+
+namespace quillsim {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+Options parsed(const std::vector<std::string>& words) {
+  Options options;
+  EXPECT_EQ(parse_options(words, options), "");
+  return options;
+}
+
+TEST(Options, DefaultsAreTheRoutingDaemonsOwnAddressAndNoConsole) {
+  const Options options = parsed({});
+  EXPECT_EQ(options.address, "127.0.0.1");
+  EXPECT_EQ(options.port, 4010);
+  EXPECT_EQ(options.sim.supv_line, "SUPV CONSOLE_IP:0.0.0.0");
+  EXPECT_TRUE(options.script.empty());
+  EXPECT_FALSE(options.strict);
+}
+
+TEST(Options, EachOptionIsStored) {
+  const Options options = parsed({"--listen", "127.0.0.2:0", "--script", "a file", "--strict", "--wait-limit",
+                                  "50", "--greet", "VER NGPI:24", "--greet", "SRC 1 RTPA:\"239.192.0.1\""});
+  EXPECT_EQ(options.address, "127.0.0.2");
+  EXPECT_EQ(options.port, 0);
+  EXPECT_EQ(options.script, "a file");
+  EXPECT_TRUE(options.strict);
+  EXPECT_EQ(options.wait_limit.count(), 50);
+  EXPECT_THAT(options.sim.greeting, ElementsAre("VER NGPI:24", "SRC 1 RTPA:\"239.192.0.1\""));
+  EXPECT_TRUE(parsed({"--help", "whatever follows"}).help);
+}
+
+TEST(Options, SupervisorLineHoldsWhatIsGiven) {
+  EXPECT_EQ(parsed({"--device-type", "RELAYCHASSIS"}).sim.supv_line,
+            "INDI SUPV DEVICE_TYPE:\"RELAYCHASSIS\"");
+  EXPECT_EQ(parsed({"--console-ip", "10.0.0.1:4020"}).sim.supv_line, "INDI SUPV CONSOLE_IP:10.0.0.1:4020");
+  EXPECT_EQ(parsed({"--device-type", "X", "--console-ip", "10.0.0.1"}).sim.supv_line,
+            "INDI SUPV CONSOLE_IP:10.0.0.1 DEVICE_TYPE:\"X\"");
+}
+
+TEST(Options, BadWordsAreNamed) {
+  const std::vector<std::vector<std::string>> rows = {
+      {"4010"},
+      {"--nonsense"},
+      {"--listen"},
+      {"--listen", "4010"},
+      {"--listen", "localhost:4010"},
+      {"--listen", "127.0.0.1:65536"},
+      {"--listen", "127.0.0.1:"},
+      {"--script", ""},
+      {"--device-type", ""},
+      {"--console-ip", "desk"},
+      {"--greet", "hello"},
+      {"--wait-limit", "0"},
+      {"--wait-limit", "1s"},
+  };
+  for (const auto& row : rows) {
+    Options options;
+    EXPECT_THAT(parse_options(row, options), HasSubstr(row.front())) << testing::PrintToString(row);
+  }
+}
+
+TEST(Options, UsageNamesEveryOptionAndDirective) {
+  const std::string usage = usage_text();
+  for (const char* word : {"--listen", "--script", "--device-type", "--console-ip", "--greet", "--wait-limit",
+                           "--strict", "--help", "wait MS", "wait-for", "show", "close", "quit"}) {
+    EXPECT_THAT(usage, HasSubstr(word));
+  }
+}
+
+}  // namespace
+}  // namespace quillsim

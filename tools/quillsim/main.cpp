@@ -1,0 +1,184 @@
+// The program quillsim: one loop over the station, the script and the signals that end it. What it prints on
+// standard output is for people and for scripts that wait for a line, so each line goes out at once.
+
+#include <sys/select.h>
+#include <unistd.h>
+#include <csignal>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <string>
+#include <utility>
+
+#include "base/fd.h"
+#include "tools/quillsim/options.h"
+#include "tools/quillsim/script.h"
+#include "tools/quillsim/sim.h"
+
+namespace {
+
+using quillsim::Options;
+using quillsim::Script;
+using quillsim::Sim;
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+constexpr std::size_t kMaxInputLine = 1U << 16;
+
+volatile std::sig_atomic_t g_stop = 0;
+
+void on_stop_signal(int) { g_stop = 1; }
+
+void print_line(const std::string& line) {
+  (void)std::fprintf(stdout, "%s\n", line.c_str());
+  (void)std::fflush(stdout);
+}
+
+void complain(const std::string& line) { (void)std::fprintf(stderr, "quillsim: %s\n", line.c_str()); }
+
+// Blocks the two signals but for the time inside pselect, whose mask is stored in `open`.
+void catch_signals(sigset_t& open) {
+  struct sigaction action {};
+  action.sa_handler = on_stop_signal;
+  (void)sigemptyset(&action.sa_mask);
+  (void)sigaction(SIGTERM, &action, nullptr);
+  (void)sigaction(SIGINT, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  (void)sigaction(SIGPIPE, &action, nullptr);
+
+  sigset_t blocked;
+  (void)sigemptyset(&blocked);
+  (void)sigaddset(&blocked, SIGTERM);
+  (void)sigaddset(&blocked, SIGINT);
+  (void)sigprocmask(SIG_BLOCK, &blocked, &open);
+  (void)sigdelset(&open, SIGTERM);
+  (void)sigdelset(&open, SIGINT);
+}
+
+bool load_script(const std::string& path, Script& script) {
+  std::ifstream file(path);
+  if (!file) {
+    complain("cannot read " + path + ": " + std::strerror(errno));
+    return false;
+  }
+  for (std::string line; std::getline(file, line);)
+    script.add(line);
+  return true;
+}
+
+// Lines that are typed or piped in.
+class StandardInput {
+ public:
+  // `on` false: nobody is listened to.
+  explicit StandardInput(bool on) : open_(on) {}
+
+  [[nodiscard]] int fd() const { return open_ ? STDIN_FILENO : -1; }
+
+  // Hands each whole line to `script`, and at the end of input what is left. The end of input does not end
+  // the program.
+  void read(Script& script) {
+    std::array<char, 4096> bytes{};
+    const ssize_t got = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (got < 0 && errno == EINTR) return;
+    if (got <= 0) {
+      open_ = false;
+      if (!partial_.empty()) script.add(std::exchange(partial_, {}));
+      return;
+    }
+    partial_.append(bytes.data(), static_cast<std::size_t>(got));
+    for (std::size_t end = 0; (end = partial_.find('\n')) != std::string::npos; partial_.erase(0, end + 1)) {
+      script.add(partial_.substr(0, end));
+    }
+    if (partial_.size() > kMaxInputLine) {
+      complain("input line too long");
+      partial_.clear();
+    }
+  }
+
+ private:
+  bool open_;
+  std::string partial_;
+};
+
+// How long the loop may sleep: until the script is due; at most a second, which no case depends on.
+timespec sleep_time(const Script& script) {
+  using std::chrono::nanoseconds;
+  nanoseconds left = std::chrono::seconds(1);
+  if (const auto due = script.due()) {
+    left = std::clamp<nanoseconds>(*due - std::chrono::steady_clock::now(), nanoseconds(0), left);
+  }
+  timespec time{};
+  time.tv_sec = static_cast<time_t>(left.count() / 1'000'000'000);
+  time.tv_nsec = static_cast<long>(left.count() % 1'000'000'000);
+  return time;
+}
+
+void run_loop(Sim& sim, Script& script, StandardInput& input, const sigset_t& open_signals) {
+  while (g_stop == 0) {
+    script.run(std::chrono::steady_clock::now());
+    if (script.quit()) return;
+    sim.forget_records();
+
+    fd_set read;
+    fd_set write;
+    FD_ZERO(&read);
+    FD_ZERO(&write);
+    int highest = -1;
+    sim.fill(read, write, highest);
+    (void)hark::fdset_add(input.fd(), read, highest);
+    const timespec timeout = sleep_time(script);
+    if (::pselect(highest + 1, &read, &write, nullptr, &timeout, &open_signals) <= 0) continue;
+    sim.serve(read, write);
+    if (hark::fdset_has(input.fd(), read)) input.read(script);
+  }
+}
+
+int run(const Options& options) {
+  sigset_t open_signals;
+  catch_signals(open_signals);
+
+  Script* listener = nullptr;
+  Sim sim(options.sim, [&listener](const std::string& line) {
+    print_line(line);
+    if (listener != nullptr) listener->note_printed(line);
+  });
+  Script script(sim, print_line, complain, options.wait_limit);
+  listener = &script;
+  if (!options.script.empty() && !load_script(options.script, script)) return kExitFailed;
+
+  const int port = sim.listen(options.address, options.port);
+  if (port < 0) {
+    complain("cannot listen on " + options.address + ":" + std::to_string(options.port) + ": " +
+             std::strerror(errno));
+    return kExitFailed;
+  }
+  print_line("listening on " + options.address + ":" + std::to_string(port));
+
+  StandardInput input(options.script.empty());
+  run_loop(sim, script, input, open_signals);
+  const bool faults = sim.ever_refused() || script.failures() > 0;
+  return options.strict && faults ? kExitFailed : kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  const std::string error = quillsim::parse_options({argv + 1, argv + argc}, options);
+  if (!error.empty()) {
+    complain(error + " (--help tells more)");
+    return kExitUsage;
+  }
+  if (options.help) {
+    (void)std::fputs(quillsim::usage_text().c_str(), stdout);
+    return kExitOk;
+  }
+  return run(options);
+}
