@@ -122,14 +122,17 @@ int hark_urlcompare(const char* a, const char* b) {
   harkurl_info info_a;
   harkurl_info info_b;
   if (harkurl_parse(a, &info_a) != harkurl_parse(b, &info_b)) return std::strcmp(a, b);
-  if (info_a.url == nullptr) return 0;  // both are empty
+  // No address was cut out (a ";" in the display name, or no text at all): only the same text is the same
+  // party.
+  if (info_a.url_len == 0 || info_b.url_len == 0) return std::strcmp(a, b);
   std::string_view url_a(info_a.url, info_a.url_len);
   std::string_view url_b(info_b.url, info_b.url_len);
   if (info_a.type == HARKURL_STATION) {
     url_a = station_address(info_a);
     url_b = station_address(info_b);
   }
-  return url_a.compare(url_b);
+  const int order = url_a.compare(url_b);
+  return (order > 0) - (order < 0);
 }
 
 std::optional<std::string> harkurl_fromsip(const char* sip) {

@@ -1,8 +1,8 @@
 // The tags behind a URL's address: "name=value" items between semicolons.
+#include "addressing/harkurl.h"
+
 #include <cstdlib>
 #include <cstring>
-
-#include "addressing/harkurl.h"
 
 namespace hark {
 namespace {

@@ -1,9 +1,10 @@
 // Trigger levels: a station of a higher level wins attention, and the listen lines below it are dimmed or
 // muted.
+#include "callctl/sipctrl.h"
+
 #include <algorithm>
 
 #include "callctl/line_table.h"
-#include "callctl/sipctrl.h"
 #include "daemon/station/station.h"
 #include "routing/harkqnr.h"
 

@@ -39,6 +39,13 @@ HarkLine* find_line(unsigned kind, unsigned i) {
   return i < kTalkLines ? getline(static_cast<int>(kind), static_cast<int>(i)) : nullptr;
 }
 
+// The same, of a line that carries a call. A ring without a usable URL leaves its line free, and what the
+// stack goes on to report of it concerns nobody.
+HarkLine* find_used_line(unsigned kind, unsigned i) {
+  HarkLine* line = find_line(kind, i);
+  return line != nullptr && !line->url.empty() ? line : nullptr;
+}
+
 const char* url_or_mark(const HarkLine& line) { return line.url.empty() ? "?" : line.url.c_str(); }
 
 void NotifyServiceError(unsigned kind, unsigned error, const char* text) {
@@ -55,10 +62,12 @@ void NotifyServiceDestroy(unsigned kind) {
   bool any = false;
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (!is_active(table[i])) continue;
+    const LineWatch watch(table[i]);
     if (kind == kListenKind) {
       harkqnr_ctrl(static_cast<int>(i), nullptr, 0, static_cast<int>(table[i].gpio),
                    static_cast<int>(table[i].gpiol));
     }
+    if (!watch.same_call()) continue;
     syslog(kLogInfo, "DestroyDrop %s on %u/%zu", table[i].url.c_str(), kind, i);
     LineTableFree(table, static_cast<int>(i));
     any = true;
@@ -74,25 +83,27 @@ void NotifyLineRing(unsigned kind, unsigned i, cpsip_msg* /*msg*/) {
 
 void listen_connected(int i, HarkLine& line, const char* media) {
   line.state = kLineConnected;
+  const LineWatch watch(line);
   const int gain = sipctrl_adjustifbgains(i);
   harkqnr_ctrl(i, media, gain, static_cast<int>(line.gpio), static_cast<int>(line.gpiol));
-  report_line(kListenKind, std::string(line.url), kLineConnected);
+  if (watch.unchanged()) report_line(kListenKind, std::string(line.url), kLineConnected);
 }
 
 // No mixer command: what the far station hears of us is its own listen line.
 void talk_connected(HarkLine& line) {
   line.state = kLineConnected;
+  const LineWatch watch(line);
   const std::string url = line.url;
   const char listen = release_fardropped_listen(url.c_str());
   (void)sipctrl_adjustifbgains(-1);
-  sipctrl_modifycall_callback(url.c_str(), listen, kLineConnected);
+  if (watch.unchanged()) sipctrl_modifycall_callback(url.c_str(), listen, kLineConnected);
 }
 
 void NotifyLineConnected(unsigned kind, unsigned i, const char* from, const char* to, const char* media,
                          const char* codecs) {
   syslog(kLogInfo, "Line %u/%u connected From='%s' To='%s' Media='%s' Codecs='%s'", kind, i, from, to, media,
          codecs);
-  HarkLine* line = find_line(kind, i);
+  HarkLine* line = find_used_line(kind, i);
   if (line == nullptr) return;
   if (kind == kListenKind) {
     listen_connected(static_cast<int>(i), *line, media);
@@ -103,7 +114,7 @@ void NotifyLineConnected(unsigned kind, unsigned i, const char* from, const char
 
 void NotifyFarEndRinging(unsigned kind, unsigned i) {
   syslog(kLogInfo, "Line %u/%u far end ringing", kind, i);
-  HarkLine* line = find_line(kind, i);
+  HarkLine* line = find_used_line(kind, i);
   if (line == nullptr) return;
   line->state = kLineFarRinging;
   report_line(static_cast<int>(kind), std::string(line->url), kLineFarRinging);
@@ -122,17 +133,22 @@ void NotifyLocalDrop(unsigned kind, unsigned i) {
 bool is_flashing(const HarkLine& line) { return line.drop_pending && line.state == kLineFarDropped; }
 
 void listen_idle(int i, HarkLine& line) {
+  const LineWatch watch(line);
   harkqnr_ctrl(i, nullptr, 0, static_cast<int>(line.gpio), static_cast<int>(line.gpiol));
   // A far-dropped line stays for its flash; its drop frees it.
-  if (!is_flashing(line)) LineTableFree(listen_lines, i);
+  if (watch.same_call() && !is_flashing(line)) LineTableFree(listen_lines, i);
   (void)sipctrl_adjustifbgains(-1);
 }
 
 void talk_idle(int i, HarkLine& line) {
+  const LineWatch watch(line);
   harkqnr_ctrl(-1, nullptr, 0, static_cast<int>(line.gpio), static_cast<int>(line.gpiot));
-  if (!is_flashing(line)) LineTableFree(talk_lines, i);
-  (void)qnrifb_set(i, nullptr, nullptr);
-  (void)qncpptt_clr(i);
+  if (watch.same_call() && !is_flashing(line)) LineTableFree(talk_lines, i);
+  // A call that took the line over meanwhile has set its own links.
+  if (watch.same_call() || line.url.empty()) {
+    (void)qnrifb_set(i, nullptr, nullptr);
+    (void)qncpptt_clr(i);
+  }
   (void)sipctrl_adjustifbgains(-1);
 }
 
@@ -156,7 +172,7 @@ void NotifyFarEndDrop(unsigned kind, unsigned i) {
   HarkLine* line = find_line(kind, i);
   if (line == nullptr) return;
   syslog(kLogInfo, "Line %u/%u far drop %s", kind, i, url_or_mark(*line));
-  if (kind != kListenKind) return;
+  if (kind != kListenKind || line->url.empty()) return;
   line->state = kLineFarDropped;
   line->drop_time = clock_now();
   line->drop_pending = true;
@@ -169,6 +185,7 @@ void drop_stalled_calls(int kind, const char* url) {
     if (!is_active(table[i]) || hark_urlcompare(table[i].url.c_str(), url) != 0) continue;
     syslog(kLogInfo, "DropStalled %s on %d/%zu", table[i].url.c_str(), kind, i);
     LineTableFree(table, static_cast<int>(i));
+    if (!table[i].url.empty()) continue;  // who heard of its end has begun another call on it
     SipStackUA::GetInstance()->Drop(static_cast<unsigned>(kind), static_cast<unsigned>(i));
   }
 }
@@ -181,9 +198,9 @@ void line_ring(int kind, int i, const char* name, const char* uri) {
   const std::string url = harkurl_fromsip2(name, uri);
   if (url.empty()) return;
   drop_stalled_calls(kind, url.c_str());
-  line->url = url;
+  begin_use(*line, url.c_str());
   line->state = kLineRequest;
-  // A talk line keeps level 0: what it is compared with is the far station's own dimming, not ours. Kept.
+  // Kept: a talk line stays at level 0. Its level is compared with nothing here.
   if (kind == kListenKind) line->trgl = line->trgl_compare = kDefaultTriggerLevel;
   report_line(kind, url, kLineRequest);
 }

@@ -8,6 +8,7 @@ std::array<HarkLine, kListenLines> listen_lines;
 std::array<HarkLine, kTalkLines> talk_lines;
 
 namespace {
+std::uint32_t g_last_use = 0;
 void ignore_call(const char* /*url*/, char /*listen*/, char /*talk*/) {}
 void ignore_volume(const char* /*url*/, long /*volume*/) {}
 }  // namespace
@@ -46,8 +47,7 @@ int LineTableSearchURL(std::span<const HarkLine> table, const char* url) {
 int LineTableAlloc(std::span<HarkLine> table, const char* url, std::uint8_t direction) {
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (!table[i].url.empty()) continue;
-    table[i] = HarkLine{};
-    table[i].url = url;
+    begin_use(table[i], url);
     table[i].direction = direction;
     table[i].trgl = table[i].trgl_compare = kDefaultTriggerLevel;
     return static_cast<int>(i);
@@ -73,6 +73,13 @@ char release_fardropped_listen(const char* url) {
   if (i < 0 || getline(kListenKind, i)->state != kLineFarDropped) return kNoReport;
   LineTableFree(listen_lines, i);
   return kLineOff;
+}
+
+void begin_use(HarkLine& line, const char* url) {
+  line = HarkLine{};
+  line.url = url;
+  if (++g_last_use == 0) ++g_last_use;
+  line.use = g_last_use;
 }
 
 bool is_active(const HarkLine& line) {

@@ -15,10 +15,6 @@
 
 namespace hark {
 
-// Kinds of line; also the numbers of the two SIP services.
-inline constexpr int kListenKind = 1;  // what this station hears
-inline constexpr int kTalkKind = 2;    // what it talks to
-
 inline constexpr int kListenLines = 8;
 inline constexpr int kTalkLines = 128;
 
@@ -33,10 +29,7 @@ inline constexpr char kLineConnected = '1';   // connected, audio path up
 inline constexpr char kLineFarDropped = 'd';  // the far end hung up; shown for the flash time (listen lines)
 inline constexpr char kLineOff = '0';         // off: in reports, and of a talk line whose confirmation lapsed
 
-// A wish about a call, and "no report" for one direction.
-inline constexpr char kWishConnect = '1';
-inline constexpr char kWishDrop = '0';
-inline constexpr char kNoWish = '\xff';
+// In a report: this direction is not concerned.
 inline constexpr char kNoReport = '\xff';
 
 inline constexpr std::size_t kIfbSize = 65;  // 64 characters and the NUL
@@ -57,6 +50,7 @@ struct _tagHARK_LINE {
   int ifb_gain = 0;            // tenths of a dB: the dimming of this listen line
   std::array<char, kIfbSize> ifb{};  // address of a remote IFB link
   std::uint32_t qntb = 0;            // not 0: asks for a PTT request
+  std::uint32_t use = 0;             // number of the call that the line carries; 0 when free
 };
 using HarkLine = _tagHARK_LINE;
 
@@ -95,7 +89,26 @@ void LineTableFreeAll(std::span<HarkLine> table);
 // Frees the listen line of `url` if it is far-dropped. The letter to report for it, "0", or kNoReport.
 [[nodiscard]] char release_fardropped_listen(const char* url);
 
-// Whether the line is in use and in a state that a SIP line goes with.
+// Whether the line is neither free nor off.
 [[nodiscard]] bool is_active(const HarkLine& line);
+
+// Makes the line carry a new call: empty but for `url` and a number of its own.
+void begin_use(HarkLine& line, const char* url);
+
+// Looks again after a call that may call back (a report, a contact, the SIP stack): who hears of it may end
+// the line's call, and begin another one on the same line. Borrows the line.
+class LineWatch {
+ public:
+  explicit LineWatch(const HarkLine& line) : line_(line), use_(line.use), state_(line.state) {}
+  // Whether the line still carries the call that it carried then.
+  [[nodiscard]] bool same_call() const { return line_.use == use_; }
+  // Whether it is in the same state as well.
+  [[nodiscard]] bool unchanged() const { return same_call() && line_.state == state_; }
+
+ private:
+  const HarkLine& line_;
+  std::uint32_t use_;
+  char state_;
+};
 
 }  // namespace hark

@@ -39,14 +39,13 @@ int new_sip_call(const CallSide& side, const harkurl_info& info) {
   if (i < 0) return i;
   set_trigger_level(side.line(i), info);
   syslog(kLogInfo, "Calling %s on %d/%d", info.full, side.kind, i);
+  const LineWatch watch(side.line(i));
   SipStackUA::GetInstance()->Call(static_cast<unsigned>(side.kind), static_cast<unsigned>(i),
                                   dial_string(side.kind, info).c_str());
   // The stack may have failed the call, and freed the line, before it returned; the line may be another's by
   // now.
-  const HarkLine& line = side.line(i);
-  const bool still_ours = line.url == info.full;
-  if (still_ours && line.state == kLineCalling) return 0;
-  if (still_ours) LineTableFree(side.table, i);
+  if (watch.same_call() && side.line(i).state == kLineCalling) return 0;
+  if (watch.same_call()) LineTableFree(side.table, i);
   return -1;
 }
 
@@ -111,9 +110,7 @@ void sipctrl_setcallvolume(const char* url, long volume) {
   const int i = LineTableSearchURL(listen_lines, url);
   if (i < 0) return;
   HarkLine& line = *getline(kListenKind, i);
-  // Far beyond any fader; it keeps the sum with the dimming in range.
-  constexpr long kVolumeLimit = 1'000'000;
-  line.volume = static_cast<int>(std::clamp(volume, -kVolumeLimit, kVolumeLimit));
+  line.volume = static_cast<int>(std::clamp<long>(volume, -kGainLimit, kGainLimit));
   harkqnr_dstgain(i, line.ifb_gain + line.volume);
 }
 
@@ -128,10 +125,11 @@ void ifb_update_status(int port, bool active) {
   if (line == nullptr || line->url.empty()) return;
   const char letter = active ? kLineConnected : kLineOff;
   line->state = letter;
+  const LineWatch watch(*line);
   const std::string url = line->url;
   const char listen = release_fardropped_listen(url.c_str());
   (void)sipctrl_adjustifbgains(-1);
-  sipctrl_modifycall_callback(url.c_str(), listen, letter);
+  if (watch.unchanged()) sipctrl_modifycall_callback(url.c_str(), listen, letter);
 }
 
 const char* sipctrl_qnrifb_addr() {

@@ -1,4 +1,6 @@
 // Calls to sources of the routing network: by key or command, and by a far contact.
+#include "callctl/modifycall_private.h"
+
 #include <arpa/inet.h>
 
 #include <algorithm>
@@ -7,7 +9,6 @@
 
 #include "callctl/line_events.h"
 #include "callctl/modifycall.h"
-#include "callctl/modifycall_private.h"
 #include "callctl/sipctrl.h"
 #include "daemon/log/log.h"
 #include "daemon/qnrlib/tagtext.h"
@@ -40,9 +41,8 @@ int gpio_of(const HarkLine& line) { return static_cast<int>(line.gpio); }
 
 // Pin numbers and channels are small; anything else names no contact.
 long contact_tag(const harkurl_info& info, const char* name) {
-  constexpr long kLimit = 1'000'000;
   const long value = url_tagl(info.tags, name);
-  return value < -kLimit || value > kLimit ? 0 : value;
+  return value < -kNumberLimit || value > kNumberLimit ? 0 : value;
 }
 
 void read_contact_tags(HarkLine& line, const harkurl_info& info) {
@@ -70,11 +70,14 @@ bool request_ifb(int i, const HarkLine& line) {
   return line.ifb[0] != '\0' && result == 0;
 }
 
-// Brings the audio of a listen line up.
-void open_listen(int i, HarkLine& line, const std::string& addr) {
+// Brings the audio of a listen line up. False when its contact's followers changed the call meanwhile: then
+// it was reported already.
+bool open_listen(int i, HarkLine& line, const std::string& addr) {
   line.state = kLineConnected;
+  const LineWatch watch(line);
   const int gain = sipctrl_adjustifbgains(i);
   harkqnr_ctrl(i, addr.c_str(), gain, gpio_of(line), static_cast<int>(line.gpiol));
+  return watch.unchanged();
 }
 
 // Allocates and seizes a line. Its index, or negative, which is logged as `what`; a full table only with
@@ -104,13 +107,17 @@ void request_far_side(int i, HarkLine& line, const std::string& addr, Report& re
 void open_without_ack(const CallSide& side, int i, const std::string& addr, const char* url, Report& report) {
   HarkLine& line = side.line(i);
   if (side.kind == kListenKind) {
-    open_listen(i, line, addr);
-    report.listen = kLineConnected;
+    if (open_listen(i, line, addr)) report.listen = kLineConnected;
     return;
   }
   if (line.gpio == 0 || line.gpiot == 0) return;
   line.state = kLineConnected;
+  const LineWatch watch(line);
   close_contact(line, line.gpiot);
+  if (!watch.unchanged()) {
+    report = Report{};
+    return;
+  }
   (void)sipctrl_adjustifbgains(-1);
   report.listen = release_fardropped_listen(url);
   report.talk = kLineConnected;
@@ -123,7 +130,12 @@ void open_with_ack(const CallSide& side, int i, const char* url, Report& report)
   const long pin = listen ? line.gpiol : line.gpiot;
   if (line.gpio == 0 || pin == 0) return;
   line.state = kLineCalling;
+  const LineWatch watch(line);
   close_contact(line, pin);
+  if (!watch.unchanged()) {
+    report = Report{};
+    return;
+  }
   report.listen = listen ? kLineCalling : release_fardropped_listen(url);
   if (!listen) report.talk = kLineCalling;
 }
@@ -157,13 +169,14 @@ void answer_request(const CallSide& side, int i, const harkurl_info& info) {
   const std::string addr = source_id(info);
   const std::string url = line.url;
   if (side.kind == kListenKind) {
-    open_listen(i, line, addr);
-    report_line(side.kind, url, kLineConnected);
+    if (open_listen(i, line, addr)) report_line(side.kind, url, kLineConnected);
     return;
   }
   line.state = kLineConnected;
+  const LineWatch watch(line);
   (void)sipctrl_adjustifbgains(-1);
   close_contact(line, line.gpiot);
+  if (!watch.unchanged()) return;
   // The capital letter, where a new call waits in "r", is meant: panels show the far request until it is
   // confirmed. Kept.
   if (request_ifb(i, line)) line.state = kLineRequest;

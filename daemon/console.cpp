@@ -1,5 +1,7 @@
 // The outbound connection to the mixing console: which console, when to dial, how long to wait between
 // attempts.
+#include "daemon/server.h"
+
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -12,7 +14,6 @@
 
 #include "base/fd.h"
 #include "daemon/log/log.h"
-#include "daemon/server.h"
 #include "daemon/server_private.h"
 #include "daemon/station/station.h"
 

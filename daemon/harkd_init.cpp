@@ -1,4 +1,6 @@
 // Start-up and shut-down: two lists, one the mirror of the other as far as the parts depend on each other.
+#include "daemon/harkd.h"
+
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -14,7 +16,6 @@
 #include "callctl/line_table.h"
 #include "callctl/modifycall.h"
 #include "callctl/sipctrl.h"
-#include "daemon/harkd.h"
 #include "daemon/harkd_private.h"
 #include "daemon/log/log.h"
 #include "daemon/network.h"

@@ -1,4 +1,6 @@
 // The one loop of the program: every socket, every timer. One `now` serves a whole pass.
+#include "daemon/harkd.h"
+
 #include <sys/select.h>
 
 #include <algorithm>
@@ -11,7 +13,6 @@
 #include "base/fd.h"
 #include "callctl/sipctrl.h"
 #include "cpsip/cpsip_select.h"
-#include "daemon/harkd.h"
 #include "daemon/harkd_private.h"
 #include "daemon/log/log.h"
 #include "daemon/network.h"

@@ -58,7 +58,7 @@ int read_number(const char*& p) {
   char* end = nullptr;
   const unsigned long number = std::strtoul(p, &end, 0);
   p = end;
-  return static_cast<int>(std::min<unsigned long>(number, INT_MAX));
+  return static_cast<int>(std::min<unsigned long>(number, kNumberLimit));
 }
 
 // "min-max,src"; one number alone is the maximum.

@@ -1,5 +1,7 @@
 // The commands of panels and of a console's key module, and what other programs and subscribers are told of
 // them.
+#include "daemon/server_private.h"
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -12,7 +14,6 @@
 #include "daemon/log/log.h"
 #include "daemon/qnrlib/tagtext.h"
 #include "daemon/server_cmd.h"
-#include "daemon/server_private.h"
 #include "daemon/station/station.h"
 
 namespace hark {

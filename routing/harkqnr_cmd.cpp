@@ -1,5 +1,7 @@
 // The lines that come from the routing daemon, from the settings file and from clients: one function for each
 // kind.
+#include "routing/harkqnr.h"
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -11,12 +13,12 @@
 #include "daemon/qnrlib/qnrdb.h"
 #include "daemon/qnrlib/tagtext.h"
 #include "daemon/station/station.h"
-#include "routing/harkqnr.h"
 #include "routing/harkqnr_gpio.h"
 
 namespace hark {
 namespace {
 
+constexpr int kMaxContactPins = 64;    // more than any port has; what a line may cost is bounded by it
 constexpr long kStationGpioPorts = 8;  // the last ports at the routing daemon are the intercom's
 constexpr int kConsoleValueSize = 33;  // 32 characters and the NUL
 constexpr long kRelayChassisPort = 4020;
@@ -34,14 +36,16 @@ long leading_number(const char*& rest) {
 
 void take_ver(const char* rest) {
   const long ngpi = qnr_getl(rest, "NGPI", 0);
-  if (ngpi > kStationGpioPorts) station.harkd_qnrd_gpio_base = to_int(ngpi - kStationGpioPorts);
+  if (ngpi <= kStationGpioPorts || ngpi > kNumberLimit) return;
+  station.harkd_qnrd_gpio_base = to_int(ngpi - kStationGpioPorts);
 }
 
 void take_gpo(const char* rest) {
   const int channel = to_int(leading_number(rest));
   if (*rest != ' ') return;
   ++rest;
-  for (int pin = 1; *rest != '\0' && std::strchr("LHlhxX", *rest) != nullptr; ++pin, ++rest) {
+  for (int pin = 1; pin <= kMaxContactPins && *rest != '\0' && std::strchr("LHlhxX", *rest) != nullptr;
+       ++pin, ++rest) {
     if (*rest == 'L' || *rest == 'H') harkqnr_gpio_callback(channel, pin, *rest);
   }
 }
@@ -71,8 +75,9 @@ void take_src(const char* rest) {
 }
 
 void take_dst(const char* rest) {
-  const long dst = leading_number(rest) - station.harkd_qnrd_io_min;
-  if (dst < 0) return;
+  const long number = leading_number(rest);
+  if (number < station.harkd_qnrd_io_min) return;
+  const long dst = number - station.harkd_qnrd_io_min;
   const char* volume = qnr_findval(rest, "AVOL");
   if (volume != nullptr && harkqnr_hooks.dst_volume_changed != nullptr) {
     harkqnr_hooks.dst_volume_changed(to_int(dst), qnr_vall(volume));
@@ -92,7 +97,7 @@ void take_trigger_level(const char* rest, const char* tag, int& level) {
 
 void take_diml(const char* value) {
   const bool mute = *value == '*' || (*value == '"' && value[1] == '*');
-  const int gain = to_int(std::clamp<long>(qnr_vall(value), -INT_MAX, INT_MAX));
+  const int gain = to_int(std::clamp<long>(qnr_vall(value), -kGainLimit, kGainLimit));
   station.harkd_ifbgain = mute ? kMutedGain : gain > 0 ? -gain : gain;
 }
 

@@ -14,8 +14,6 @@ HarkqnrGpioHooks harkqnr_gpio_hooks;
 
 namespace {
 
-constexpr int kListen = 1;
-constexpr int kTalk = 2;
 constexpr int kPinSpeakerMute = 1;
 constexpr int kPinOnAir = 2;
 
@@ -47,19 +45,22 @@ void harkqnr_gpio_gpo(int ch, int pin, char c) {
   for_each_source_line([&](const char* line) {
     harkurl_info info;
     if (harkurl_parse(line, &info) != HARKURL_QUILLNET) return;
-    if (url_tagl(info.tags, "gpio") + station.harkd_qnrd_gpio_base != ch) return;
-    const char wish = c == 'L' ? '1' : '0';
-    if (names_contact(info, "gpiol", pin)) harkqnr_gpio_hooks.remotecommand(kListen, &info, wish);
-    if (names_contact(info, "gpiot", pin)) harkqnr_gpio_hooks.remotecommand(kTalk, &info, wish);
+    if (url_tagl(info.tags, "gpio") != long{ch} - station.harkd_qnrd_gpio_base) return;
+    const char wish = c == 'L' ? kWishConnect : kWishDrop;
+    if (names_contact(info, "gpiol", pin)) harkqnr_gpio_hooks.remotecommand(kListenKind, &info, wish);
+    if (names_contact(info, "gpiot", pin)) harkqnr_gpio_hooks.remotecommand(kTalkKind, &info, wish);
   });
 }
 
 void own_contact(int pin, char c) {
   const bool closed = c == 'L';
   if (pin == kPinOnAir) {
+    // The services are renewed for a change alone: a port that repeats its closure on each pass would
+    // otherwise drop all calls on each pass.
+    const bool changed = station.harkd_onair != closed;
     station.harkd_onair = closed;
     station.bonjour_txt_dirty = true;
-    if (station.harkd_trgl_normal != station.harkd_trgl_onair) station.sipservices_dirty = true;
+    if (changed && station.harkd_trgl_normal != station.harkd_trgl_onair) station.sipservices_dirty = true;
   }
   if ((pin == kPinSpeakerMute || pin == kPinOnAir) && harkqnr_gpio_hooks.speaker_mute != nullptr) {
     harkqnr_gpio_hooks.speaker_mute(closed);

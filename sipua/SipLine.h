@@ -23,8 +23,6 @@ class SipLine {
   int OnCall(const char* uri);
   int OnDrop();
 
-  [[nodiscard]] bool IsIdle() const { return m_eState == ISipStackUAEvents::STATE_IDLE; }
-
  private:
   void SetState(ISipStackUAEvents::ESipLineState state);
   void Refuse(const char* text) const;

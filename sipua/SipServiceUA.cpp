@@ -1,12 +1,14 @@
 #include "sipua/SipServiceUA.h"
 
+#include <new>
+
 #include "sipua/SipStackUA.h"
 
 namespace hark {
 
 std::unique_ptr<SipServiceUA> SipServiceUA::Create(SipStackUA& stack, unsigned serviceIndex,
                                                    const SipServiceConfig& config) {
-  return std::unique_ptr<SipServiceUA>(new SipServiceUA(stack, serviceIndex, config));
+  return std::unique_ptr<SipServiceUA>(new (std::nothrow) SipServiceUA(stack, serviceIndex, config));
 }
 
 SipServiceUA::SipServiceUA(SipStackUA& stack, unsigned serviceIndex, const SipServiceConfig& config)

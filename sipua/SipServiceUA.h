@@ -40,6 +40,7 @@ class SipServiceUA {
   // The line, or null for an index that is none. Owned by the service.
   [[nodiscard]] SipLine* GetLineByIndex(unsigned line);
 
+  // What it is made of.
   [[nodiscard]] const SipServiceConfig& config() const { return m_Config; }
 
   // Each puts the service's index in front and passes the event up.

@@ -46,13 +46,28 @@ void SipStackUA::ServiceDestroy(unsigned service) {
   m_pEvents->NotifyServiceDestroy(service);
 }
 
-SipLine* SipStackUA::FindLine(unsigned service, unsigned line) const {
+const SipServiceConfig* SipStackUA::GetServiceConfig(unsigned service) const {
+  if (service >= m_ppServices.size() || !m_ppServices[service]) return nullptr;
+  return &m_ppServices[service]->config();
+}
+
+SipServiceUA* SipStackUA::FindService(unsigned service) const {
   if (!CheckIndex(service)) return nullptr;
-  if (!m_ppServices[service]) {
-    m_pEvents->NotifyServiceError(service, kServiceErrorNull, "NULL service");
-    return nullptr;
-  }
-  SipLine* found = m_ppServices[service]->GetLineByIndex(line);
+  if (!m_ppServices[service]) m_pEvents->NotifyServiceError(service, kServiceErrorNull, "NULL service");
+  return m_ppServices[service].get();
+}
+
+void SipStackUA::SetRegisterServer(unsigned service, const char* /*server*/) { (void)FindService(service); }
+
+void SipStackUA::MapNumberToLine(unsigned service, unsigned line, const char* /*number*/) {
+  if (FindService(service) == nullptr) return;
+  m_pEvents->NotifyLineError(service, line, kLineErrorMap, "Map number failed");
+}
+
+SipLine* SipStackUA::FindLine(unsigned service, unsigned line) const {
+  SipServiceUA* owner = FindService(service);
+  if (owner == nullptr) return nullptr;
+  SipLine* found = owner->GetLineByIndex(line);
   if (found == nullptr) m_pEvents->NotifyLineError(service, line, kLineErrorIndex, "Invalid index");
   return found;
 }

@@ -15,7 +15,7 @@ namespace hark {
 
 class SipStackUA {
  public:
-  // The one instance; it lives from before main to the process's end.
+  // The one instance; it lives from its first use to the process's end.
   static SipStackUA* GetInstance();
 
   // Makes room for `numServices` services and borrows `events` (null: all events are dropped). 1, or 0 when
@@ -33,17 +33,26 @@ class SipStackUA {
   // Destroys it. The event follows even when there was none.
   void ServiceDestroy(unsigned service);
 
+  // What service `service` is made of; null when there is none.
+  [[nodiscard]] const SipServiceConfig* GetServiceConfig(unsigned service) const;
+
+  // Takes a registration server, which is ignored: this system registers nowhere.
+  void SetRegisterServer(unsigned service, const char* server);
+  // Gives calls for `number` to a line. Seam: numbers are not kept, and each is refused as a line error.
+  void MapNumberToLine(unsigned service, unsigned line, const char* number);
+
   // Commands to a line. A refusal is a line error; an index that is none, a service or line error.
   void Answer(unsigned service, unsigned line);
   void Seize(unsigned service, unsigned line);
   void Call(unsigned service, unsigned line, const char* uri);
   void Drop(unsigned service, unsigned line);
 
-  // The table in use; one without any slot when none is.
+  // The table in use, through which the services report; one without any slot when none is.
   [[nodiscard]] const ISipStackUAEvents& events() const { return *m_pEvents; }
 
  private:
   [[nodiscard]] bool CheckIndex(unsigned service) const;
+  [[nodiscard]] SipServiceUA* FindService(unsigned service) const;
   [[nodiscard]] SipLine* FindLine(unsigned service, unsigned line) const;
 
   std::vector<std::unique_ptr<SipServiceUA>> m_ppServices;  // a slot may be null

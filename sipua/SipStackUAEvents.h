@@ -63,5 +63,6 @@ inline constexpr unsigned kServiceErrorNull = 12;
 inline constexpr unsigned kLineErrorRefused = 50;
 inline constexpr unsigned kLineErrorIndex = 53;
 inline constexpr unsigned kLineErrorNotSent = 54;
+inline constexpr unsigned kLineErrorMap = 55;
 
 }  // namespace hark

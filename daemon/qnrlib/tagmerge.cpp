@@ -1,11 +1,11 @@
 // Merging a stored tag list with changes, which only the GPIO configuration needs.
+#include "daemon/qnrlib/tagtext.h"
+
 #include <strings.h>
 
 #include <cstring>
 #include <string>
 #include <string_view>
-
-#include "daemon/qnrlib/tagtext.h"
 
 namespace hark {
 namespace {

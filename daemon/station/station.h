@@ -15,8 +15,22 @@ namespace hark {
 inline constexpr std::size_t kLabelSize = 11;  // 10 characters and the NUL
 using Label = std::array<char, kLabelSize>;
 
+// Kinds of line; also the numbers of the two SIP services.
+inline constexpr int kListenKind = 1;  // what this station hears
+inline constexpr int kTalkKind = 2;    // what it talks to
+
+// A wish about a call.
+inline constexpr char kWishConnect = '1';
+inline constexpr char kWishDrop = '0';
+inline constexpr char kNoWish = '\xff';
+
 inline constexpr int kDefaultTriggerLevel = 3;  // zero-based
 inline constexpr int kMutedGain = -1000;        // tenths of a dB: silence
+
+// Far beyond any fader, any contact's channel or pin, any routing destination: numbers from outside are held
+// to these, so that their sums stay in range.
+inline constexpr int kGainLimit = 1'000'000;
+inline constexpr int kNumberLimit = 1'000'000;
 
 // Bits of harkd_extc.
 inline constexpr int kExtcNoTalkReport = 1;
