@@ -3,22 +3,17 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+
+#include "base/fd.h"
 
 namespace hark {
 
 std::string harksources_file = "/etc/Orfe/hark/hark_sources";
 
-namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-
-}  // namespace
+namespace {}  // namespace
 
 void for_each_source_line(const std::function<void(const char*)>& line) {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(harksources_file.c_str(), "re"));
+  const UniqueFile file = open_file(harksources_file, "re");
   if (!file) return;
   std::array<char, kSourceLineSize> text{};
   while (std::fgets(text.data(), static_cast<int>(text.size()), file.get()) != nullptr) {

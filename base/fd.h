@@ -1,8 +1,11 @@
-// Owned file descriptors, and the one guarded way to put a descriptor into a select set.
+// Owned file descriptors and files, and the one guarded way to put a descriptor into a select set.
 #pragma once
 
 #include <sys/select.h>
 
+#include <cstdio>
+#include <memory>
+#include <string>
 #include <utility>
 
 namespace hark {
@@ -31,6 +34,17 @@ class UniqueFd {
  private:
   int fd_ = -1;
 };
+
+// Owns one stdio file and closes it; null is none.
+struct CloseFile {
+  void operator()(std::FILE* file) const { (void)std::fclose(file); }
+};
+using UniqueFile = std::unique_ptr<std::FILE, CloseFile>;
+
+// Opens the file `path` in an fopen(3) mode; null when it cannot be opened.
+[[nodiscard]] inline UniqueFile open_file(const std::string& path, const char* mode) {
+  return UniqueFile(std::fopen(path.c_str(), mode));
+}
 
 // Adds `fd` to `set` and raises `highest` to it. A descriptor that is not open, or that a select set cannot
 // hold (FD_SETSIZE and above), is left out: false.

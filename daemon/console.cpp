@@ -72,12 +72,6 @@ int free_slot() {
   return -1;
 }
 
-void set_option(int fd, int level, int option, const char* name) {
-  const int on = 1;
-  if (::setsockopt(fd, level, option, &on, sizeof on) == 0) return;
-  (void)std::fprintf(stderr, "%s: setsockopt(%s) err=%d\n", station.appName.c_str(), name, errno);
-}
-
 }  // namespace
 
 void harkd_consoleconnect(const char* addr) {
@@ -123,8 +117,8 @@ int con_reconnect(int i) {
         data.reconnect_us == 0 ? kFirstWaitUs : std::min(data.reconnect_us * 2, kLongestWaitUs);
     return -1;
   }
-  set_option(fd.get(), SOL_SOCKET, SO_KEEPALIVE, "SO_KEEPALIVE");
-  set_option(fd.get(), IPPROTO_TCP, TCP_NODELAY, "TCP_NODELAY");
+  set_socket_option(fd.get(), SOL_SOCKET, SO_KEEPALIVE, "SO_KEEPALIVE", 1);
+  set_socket_option(fd.get(), IPPROTO_TCP, TCP_NODELAY, "TCP_NODELAY", 1);
   data.init();
   (void)qnrdb_sub_set(&qnrobjdb, nullptr, -1, i, false);
   data.reconnect_us = kFirstWaitUs;

@@ -23,6 +23,7 @@
 #include "daemon/qnrlib/qnrcli.h"
 #include "daemon/server.h"
 #include "daemon/server_cmd.h"
+#include "daemon/server_private.h"
 #include "daemon/settings.h"
 #include "daemon/station/station.h"
 #include "routing/harkqnr.h"
@@ -94,17 +95,11 @@ void report_socket_error(const char* what) {
   (void)std::fprintf(stderr, "%s: %s err=%d\n", station.appName.c_str(), what, errno);
 }
 
-void set_option(int level, int option, const char* failure) {
-  const int on = 1;
-  if (::setsockopt(harkd.listen_fd.get(), level, option, &on, sizeof on) != 0 && failure != nullptr) {
-    report_socket_error(failure);
-  }
-}
-
 int open_control_port() {
   const int fd = harkd.listen_fd.get();
-  set_option(SOL_SOCKET, SO_REUSEADDR, nullptr);
-  set_option(IPPROTO_TCP, TCP_NODELAY, "setsockopt(TCP_NODELAY)");
+  const int on = 1;
+  (void)::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  set_socket_option(fd, IPPROTO_TCP, TCP_NODELAY, "TCP_NODELAY", on);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_ANY);
@@ -114,7 +109,7 @@ int open_control_port() {
                        dotted(address.sin_addr.s_addr).data(), station.ctrl_port, errno);
     return kExitNoPort;
   }
-  set_option(SOL_SOCKET, SO_KEEPALIVE, "setsockopt(SO_KEEPALIVE)");
+  set_socket_option(fd, SOL_SOCKET, SO_KEEPALIVE, "SO_KEEPALIVE", on);
   // Non-blocking, so that a client that is gone again before it is accepted does not stop the loop.
   if (::listen(fd, station.tcp_backlog) != 0 || !set_nonblocking(fd)) {
     report_socket_error("listen()");

@@ -8,11 +8,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/fd.h"
 #include "base/text.h"
 #include "daemon/station/station.h"
 
@@ -122,10 +122,6 @@ void add_line(std::vector<std::string>& words, std::string_view line) {
   if (value != std::string_view::npos) words.emplace_back(line.substr(value));
 }
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-
 }  // namespace
 
 void process_commands(int argc, const char* const* argv) {
@@ -138,7 +134,7 @@ void process_commands(int argc, const char* const* argv) {
 }
 
 void loadconfig() {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(station.harkconfig_file.c_str(), "re"));
+  const UniqueFile file = open_file(station.harkconfig_file, "re");
   if (!file) return;
   std::vector<std::string> words{station.appName};
   std::array<char, kOptionLineSize> line{};

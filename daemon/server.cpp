@@ -34,16 +34,10 @@ constexpr int kHostLimitInLog = 6;
 
 LineBuffer resp;  // the one text buffer for formatted replies; valid until the next one
 
-void set_option(int fd, int level, int option, const char* name, const void* value, socklen_t size) {
-  if (::setsockopt(fd, level, option, value, size) == 0) return;
-  (void)std::fprintf(stderr, "%s: setsockopt(%s) err=%d\n", station.appName.c_str(), name, errno);
-}
-
 void set_inbound_options(int fd) {
-  const int on = 1;
-  set_option(fd, IPPROTO_TCP, TCP_NODELAY, "TCP_NODELAY", &on, sizeof on);
+  set_socket_option(fd, IPPROTO_TCP, TCP_NODELAY, "TCP_NODELAY", 1);
   const timeval limit{kSendLimitUs / kUsPerSecond, kSendLimitUs % kUsPerSecond};
-  set_option(fd, SOL_SOCKET, SO_SNDTIMEO, "SO_SNDTIMEO", &limit, sizeof limit);
+  set_socket_option(fd, SOL_SOCKET, SO_SNDTIMEO, "SO_SNDTIMEO", limit);
 }
 
 // The slot for a new connection, -1 when there is none, and how many slots hold the peer's address. The

@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
+#include "base/fd.h"
 #include "base/text.h"
 #include "daemon/log/log.h"
 #include "daemon/qnrlib/tagtext.h"
@@ -22,11 +22,6 @@ std::string uilist_file = "/var/run/uilist";
 std::string harkui_file = "/var/run/harkui";
 
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 // A console's key module.
 struct Module {
@@ -99,7 +94,7 @@ void attach(const std::string& id, const char* rest, int i) {
 }
 
 void write_module_file(long type, const Module* module) {
-  const File file(std::fopen(harkui_file.c_str(), "wte"));
+  const UniqueFile file = open_file(harkui_file, "wte");
   if (!file) {
     syslog(kLogError, "Can't write /var/run/harkui");
     return;
@@ -179,7 +174,7 @@ void server_cmd_SURFACE(const char* text, int i) {
 }
 
 void writeuilist() {
-  const File file(std::fopen(uilist_file.c_str(), "wte"));
+  const UniqueFile file = open_file(uilist_file, "wte");
   if (!file) return;
   for (int i = 0; i < kMaxConnections; ++i) {
     const HarkUIProxy* panel = server.panel(i);

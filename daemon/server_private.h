@@ -1,7 +1,13 @@
 // What the server's sources share among themselves: the commands that the dispatch table names.
 #pragma once
 
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdio>
+
 #include "daemon/server.h"
+#include "daemon/station/station.h"
 
 namespace hark {
 
@@ -14,8 +20,14 @@ void server_cmd_SURFACE(const char* text, int i);
 // The socket to reply to.
 [[nodiscard]] int reply_fd(int i);
 
-// "a.b.c.d" parts for "%d.%d.%d.%d" are never formatted by hand: the address and port of a peer as
-// "a.b.c.d:p".
+// The address and port of a peer as "a.b.c.d:p".
 [[nodiscard]] std::string peer_text(const sockaddr_in& addr);
+
+// Sets one option of a socket; a failure is printed as that of `name` and is not fatal.
+template <typename Value>
+void set_socket_option(int fd, int level, int option, const char* name, const Value& value) {
+  if (::setsockopt(fd, level, option, &value, sizeof value) == 0) return;
+  (void)std::fprintf(stderr, "%s: setsockopt(%s) err=%d\n", station.appName.c_str(), name, errno);
+}
 
 }  // namespace hark

@@ -5,9 +5,9 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
+#include "base/fd.h"
 #include "base/text.h"
 #include "daemon/log/log.h"
 #include "daemon/qnrlib/qnrdb.h"
@@ -33,10 +33,6 @@ constexpr int kPreviewLine = 2;
 constexpr int kFirstGpoLine = 3;
 constexpr std::size_t kSourcePrefix = std::string_view("SRC 1 ").size();
 constexpr std::size_t kHarkPrefix = std::string_view("HARK ").size();
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
 
 void set_default_gpo_configs() {
   (void)vgpio_gpo_cfg(0, "NAME:\"Main\" CMAP:0800000000");
@@ -161,7 +157,7 @@ int harkd_ext_config_load() {
 
 // Not written atomically. Kept: installations put the file on media where only the file itself is writable.
 void harkd_ext_config_save() {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(conf_qnr.c_str(), "wte"));
+  const UniqueFile file = open_file(conf_qnr, "wte");
   if (!file) {
     syslog(kLogError, "configuration save failed");
     return;

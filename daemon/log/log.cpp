@@ -39,15 +39,11 @@ struct LogState {
 };
 LogState g_log;
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-
 // A key that was taken out of the file goes back to its default, so every reading starts from the defaults.
 void read_config() {
   g_log.log_remote_addr = 0;
   g_log.log_severity_level = kDefaultSeverity;
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(log_cfgfile.c_str(), "r"));
+  const UniqueFile file = open_file(log_cfgfile, "r");
   if (!file) return;
   std::array<char, 50> key{};
   std::array<char, 64> value{};

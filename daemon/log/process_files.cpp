@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "base/fd.h"
 #include "base/text.h"
 
 namespace hark {
@@ -33,10 +34,8 @@ std::string pid_path(const char* name) {
 }  // namespace
 
 void create_pid_file(const char* name) {
-  std::FILE* file = std::fopen(pid_path(name).c_str(), "wte");
-  if (file == nullptr) return;
-  (void)std::fprintf(file, "%d\n", static_cast<int>(::getpid()));
-  (void)std::fclose(file);
+  const UniqueFile file = open_file(pid_path(name), "wte");
+  if (file) (void)std::fprintf(file.get(), "%d\n", static_cast<int>(::getpid()));
 }
 
 void remove_pid_file(const char* name) { (void)::unlink(pid_path(name).c_str()); }

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <numeric>
 
+#include "base/fd.h"
 #include "base/text.h"
 #include "daemon/log/log.h"
 
@@ -17,15 +17,10 @@ bool tv_conf_running_changed_run = false;
 
 namespace {
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-File open_config(const std::string& path, const std::string& fallback) {
-  File file(std::fopen(path.c_str(), "re"));
+UniqueFile open_config(const std::string& path, const std::string& fallback) {
+  UniqueFile file = open_file(path, "re");
   if (!file && !fallback.empty()) {
-    file.reset(std::fopen(fallback.c_str(), "re"));
+    file = open_file(fallback, "re");
     if (file) syslog(kLogDebug, "using default configuration");
   }
   return file;
@@ -55,7 +50,7 @@ int qnr_ext_input(QNR_SERVER* server, const char* line, int client) {
 }
 
 void qnr_conf_load(const std::string& path, const std::string& fallback, void (*line)(const char*)) {
-  const File file = open_config(path, fallback);
+  const UniqueFile file = open_config(path, fallback);
   if (!file) {
     syslog(kLogError, "configuration file not found");
     return;
