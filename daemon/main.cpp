@@ -12,13 +12,15 @@
 
 int main(int argc, char** argv) {
   using namespace hark;
+  // By the line, so that nothing is lost when the process becomes a daemon, and a watcher sees each line at
+  // once.
+  (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
   apply_hark_root();
   openlog(station.appName.c_str(), kLogPid, kLogFacilityUser);
   const int result = harkd_initialize(argc, argv);
   if (result != 0 || station.dbg) (void)std::printf("harkd_initialize %d\n", result);
   if (result != 0) return 1;
   if (!station.dbg && ::daemon(0, 0) != 0) std::exit(1);
-  (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
   // Created by the file's name and removed by the program's: a renamed program leaves its pid file behind.
   // Kept: start scripts of such installations look for it under that name.
   create_pid_file(argv[0]);
