@@ -25,10 +25,11 @@ bool read_more(_tagQNRCLI& client) {
   std::memmove(client.buf, client.head, unread);
   client.head = client.buf;
   client.tail = client.buf + unread;
+  *client.tail = '\0';
   const std::size_t room = static_cast<std::size_t>(client.size) - unread - 1;
   const ssize_t got = ::recv(client.fd, client.tail, room, 0);
   if (got <= 0) {
-    (void)std::fprintf(stderr, "%s: recv() failed err=%d\n", kLibraryName, errno);
+    (void)std::fprintf(stderr, "%s: recv() failed err=%d\n", kLibraryName, got < 0 ? errno : 0);
     ::close(client.fd);
     client.fd = -1;
     return false;
@@ -89,8 +90,8 @@ void qnrcli_free(_tagQNRCLI* client) {
 
 char* qnrcli_recv(_tagQNRCLI* client, long timeout_us) {
   if (client->buf == nullptr) return nullptr;
-  const bool full = client->tail - client->head >= client->size - 1;
-  if (!full && client->fd >= 0 && wait_readable(client->fd, timeout_us)) read_more(*client);
+  // A line that fills the buffer leaves no room: recv then gives 0, and the connection ends.
+  if (client->fd >= 0 && wait_readable(client->fd, timeout_us)) read_more(*client);
   char* end = std::strpbrk(client->head, "\r\n");
   if (end == nullptr) return nullptr;
   char* line = client->head;

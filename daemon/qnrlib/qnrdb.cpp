@@ -213,12 +213,14 @@ int qnrdb_get(char* buf, std::size_t size, const QnrObjectDb* db, int row, int f
   const bool line_end = (flags & kQnrdbLineEnd) != 0;
   const std::size_t reserved = line_end ? 3 : 1;
   const std::string_view name = field_text(object.name);
-  constexpr std::size_t kIndexRoom = 12;  // " %d"
-  if (size < reserved + name.size() + kIndexRoom) return -2;
+  std::array<char, kObjectNameSize + 12> title{};  // the name and " %d"
+  TextWriter titled(title);
+  titled.append("%.*s", static_cast<int>(name.size()), name.data());
+  if (object.index >= 0) titled.append(" %d", object.index + 1);
+  if (size < reserved + static_cast<std::size_t>(titled.length())) return -2;
 
   TextWriter out(std::span(buf, size - reserved + 1));
-  out.append("%.*s", static_cast<int>(name.size()), name.data());
-  if (object.index >= 0) out.append(" %d", object.index + 1);
+  out.append("%s", title.data());
   // The text goes behind one blank, which counts only when there is a text.
   const std::span<char> rest = out.rest();
   if (rest.size() > 2) {

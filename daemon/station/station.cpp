@@ -20,6 +20,7 @@ constexpr in_addr_t kChannelBase = 0xEFC00000;  // 239.192.0.0
 
 Station initial_station() {
   Station fresh;
+  fresh.ifa_name = fresh.harkd_ifa_name_default;
   fresh.harkd_qnrd_ipv4 = htonl(INADDR_LOOPBACK);
   return fresh;
 }
