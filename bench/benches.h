@@ -1,0 +1,23 @@
+// The two kinds of measurement, each of which adds its rows to the table.
+#pragma once
+
+#include <string>
+
+#include "table.h"
+
+namespace hark::bench {
+
+struct Settings {
+  std::string harkd;  // path of the daemon's program
+  int calls = 2000;   // measured in each part
+  int idle_s = 30;    // how long the idle daemon is watched
+};
+
+// The readers that run for every line: ns and allocations by call. False when the counter of allocations is
+// not in force.
+[[nodiscard]] bool micro_bench(Table& table);
+
+// The daemon as a process. False, with the reason on stderr, when it could not be measured.
+[[nodiscard]] bool system_bench(const Settings& settings, Table& table);
+
+}  // namespace hark::bench
