@@ -72,7 +72,8 @@ char release_fardropped_listen(const char* url) {
   const int i = LineTableSearchURL(listen_lines, url);
   if (i < 0 || getline(kListenKind, i)->state != kLineFarDropped) return kNoReport;
   LineTableFree(listen_lines, i);
-  return kLineOff;
+  // Who heard of its end may have begun the call anew: it has been reported, and is not off.
+  return LineTableSearchURL(listen_lines, url) < 0 ? kLineOff : kNoReport;
 }
 
 void begin_use(HarkLine& line, const char* url) {

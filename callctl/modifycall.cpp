@@ -73,7 +73,7 @@ int find_for_wish(const CallSide& side, const char* url, char wish) {
   const int i = LineTableSearchURL(side.table, url);
   if (i < 0 || wish != kWishConnect || side.line(i).state != kLineFarDropped) return i;
   LineTableFree(side.table, i);
-  return -1;
+  return LineTableSearchURL(side.table, url);  // none, unless who heard of its end has begun the call anew
 }
 
 void sipctrl_line_drop(HarkLine& line) {

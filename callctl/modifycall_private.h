@@ -19,8 +19,8 @@ struct CallSide {
 };
 [[nodiscard]] CallSide call_side(int kind);
 
-// The line of the request. A far-dropped line that is wanted again is freed first, which reports it off: -1
-// then, as for no line.
+// The line of the request, -1 for none. A far-dropped line that is wanted again is freed first, which reports
+// it off; then there is none, unless who heard of it has begun the call anew.
 [[nodiscard]] int find_for_wish(const CallSide& side, const char* url, char wish);
 
 // Starts the timed drop: the line dies after the local drop delay, unless it is wanted again before.

@@ -110,8 +110,9 @@ void harkqnr_gpio_process_events(TimeUs now) {
       trace_event("*", *event);
       event->time = now;
       event->reported = event->current;
-      harkqnr_gpio_gpo(event->channel, event->pin, event->current);
-      ++event;
+      const GpioEvent due = *event;
+      harkqnr_gpio_gpo(due.channel, due.pin, due.current);
+      event = queue.begin();  // what it calls may change the queue; what was done is not due again
     }
   }
 }

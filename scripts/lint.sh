@@ -11,7 +11,7 @@ echo "formatting: ${#sources[@]} files"
 cmake --preset release-clang >/dev/null
 mapfile -t headers < <(git ls-files '*.h' ':!tests' ':!bench' ':!fuzz')
 printf '%s\n' "${headers[@]}" |
-  xargs -P "$(nproc)" -I{} clang++ -std=c++20 -fsyntax-only -Wall -Wextra -Werror -Wno-pragma-once-outside-header -I. {}
+  xargs -P "$(nproc)" -I{} clang++ -std=c++20 -x c++-header -fsyntax-only -Wall -Wextra -Werror -I. {}
 echo "headers that compile alone: ${#headers[@]}"
 
 mapfile -t product < <(git ls-files '*.cpp' ':!tests' ':!bench' ':!fuzz')

@@ -51,41 +51,45 @@ const SipServiceConfig* SipStackUA::GetServiceConfig(unsigned service) const {
   return &m_ppServices[service]->config();
 }
 
-SipServiceUA* SipStackUA::FindService(unsigned service) const {
+std::shared_ptr<SipServiceUA> SipStackUA::FindService(unsigned service) const {
   if (!CheckIndex(service)) return nullptr;
   if (!m_ppServices[service]) m_pEvents->NotifyServiceError(service, kServiceErrorNull, "NULL service");
-  return m_ppServices[service].get();
+  return m_ppServices[service];
 }
 
 void SipStackUA::SetRegisterServer(unsigned service, const char* /*server*/) { (void)FindService(service); }
 
 void SipStackUA::MapNumberToLine(unsigned service, unsigned line, const char* /*number*/) {
-  if (FindService(service) == nullptr) return;
+  if (!FindService(service)) return;
   m_pEvents->NotifyLineError(service, line, kLineErrorMap, "Map number failed");
 }
 
-SipLine* SipStackUA::FindLine(unsigned service, unsigned line) const {
-  SipServiceUA* owner = FindService(service);
-  if (owner == nullptr) return nullptr;
-  SipLine* found = owner->GetLineByIndex(line);
-  if (found == nullptr) m_pEvents->NotifyLineError(service, line, kLineErrorIndex, "Invalid index");
-  return found;
+// Runs `act` on the line, holding its service meanwhile.
+template <typename Act>
+void SipStackUA::Command(unsigned service, unsigned line, Act act) const {
+  const std::shared_ptr<SipServiceUA> owner = FindService(service);
+  if (!owner) return;
+  if (SipLine* found = owner->GetLineByIndex(line); found != nullptr) {
+    (void)act(*found);
+  } else {
+    m_pEvents->NotifyLineError(service, line, kLineErrorIndex, "Invalid index");
+  }
 }
 
 void SipStackUA::Answer(unsigned service, unsigned line) {
-  if (SipLine* found = FindLine(service, line)) (void)found->OnAnswer();
+  Command(service, line, [](SipLine& found) { return found.OnAnswer(); });
 }
 
 void SipStackUA::Seize(unsigned service, unsigned line) {
-  if (SipLine* found = FindLine(service, line)) (void)found->OnSeize();
+  Command(service, line, [](SipLine& found) { return found.OnSeize(); });
 }
 
 void SipStackUA::Call(unsigned service, unsigned line, const char* uri) {
-  if (SipLine* found = FindLine(service, line)) (void)found->OnCall(uri);
+  Command(service, line, [uri](SipLine& found) { return found.OnCall(uri); });
 }
 
 void SipStackUA::Drop(unsigned service, unsigned line) {
-  if (SipLine* found = FindLine(service, line)) (void)found->OnDrop();
+  Command(service, line, [](SipLine& found) { return found.OnDrop(); });
 }
 
 }  // namespace hark

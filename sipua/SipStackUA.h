@@ -52,11 +52,13 @@ class SipStackUA {
 
  private:
   [[nodiscard]] bool CheckIndex(unsigned service) const;
-  [[nodiscard]] SipServiceUA* FindService(unsigned service) const;
-  [[nodiscard]] SipLine* FindLine(unsigned service, unsigned line) const;
+  [[nodiscard]] std::shared_ptr<SipServiceUA> FindService(unsigned service) const;
+  template <typename Act>
+  void Command(unsigned service, unsigned line, Act act) const;
 
-  std::vector<std::unique_ptr<SipServiceUA>> m_ppServices;  // a slot may be null
-  const ISipStackUAEvents* m_pEvents = &kNoEvents;          // borrowed
+  // A slot may be null. Shared with the command that runs on one: an event may destroy the service below it.
+  std::vector<std::shared_ptr<SipServiceUA>> m_ppServices;
+  const ISipStackUAEvents* m_pEvents = &kNoEvents;  // borrowed
   static const ISipStackUAEvents kNoEvents;
 };
 
