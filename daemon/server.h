@@ -35,6 +35,7 @@ struct _tagHARKD_CON_DATA {
   // For a new connection in the slot.
   void init() {
     ui.reset();
+    if (rx_buf) rx_buf->clear();
     send_wait_us = 0;
     shut = false;
   }

@@ -21,6 +21,9 @@ class LineReader {
   // left, which waits for the next receive. Valid until the next call.
   [[nodiscard]] const char* next();
 
+  // Drops what is unread, for a new connection.
+  void clear() { head_ = tail_ = 0; }
+
  private:
   LineBuffer text_{};
   std::size_t head_ = 0;  // next unread byte
