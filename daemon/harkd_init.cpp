@@ -20,7 +20,6 @@
 #include "daemon/log/log.h"
 #include "daemon/network.h"
 #include "daemon/options.h"
-#include "daemon/qnrlib/qnrcli.h"
 #include "daemon/server.h"
 #include "daemon/server_cmd.h"
 #include "daemon/server_private.h"
@@ -105,8 +104,9 @@ int open_control_port() {
   address.sin_addr.s_addr = htonl(INADDR_ANY);
   address.sin_port = htons(static_cast<in_port_t>(station.ctrl_port));
   if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    const int error = errno;
     (void)std::fprintf(stderr, "%s: bind(%s:%d) err=%d\n", station.appName.c_str(),
-                       dotted(address.sin_addr.s_addr).data(), station.ctrl_port, errno);
+                       dotted(address.sin_addr.s_addr).data(), station.ctrl_port, error);
     return kExitNoPort;
   }
   set_socket_option(fd, SOL_SOCKET, SO_KEEPALIVE, "SO_KEEPALIVE", on);
@@ -174,11 +174,7 @@ int harkd_initialize(int argc, const char* const* argv) {
   harkd_ext_init(server.cons.data(), kMaxConnections);
   (void)harkd_ext_config_load();
   if (const int result = open_control_port(); result != 0) return result;
-  // A routing daemon that is down is no error: the loop dials again.
-  if (station.harkd_qnrd_ipv4 != 0) {
-    const int fd = qnr_open(station.harkd_qnrd_ipv4, static_cast<unsigned short>(station.harkd_qnrd_port));
-    if (fd >= 0) harkqnr_connected(fd);
-  }
+  dial_routing_daemon();
   harkbonjour_callback = stations_changed;
   return 0;
 }

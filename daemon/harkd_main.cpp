@@ -106,12 +106,6 @@ void dispatch(const Sets& sets, LoopTimers& timers, TimeUs now) {
   serve_mdns(served, timers);
 }
 
-void dial_routing_daemon() {
-  if (harkqnr_fd() >= 0 || station.harkd_qnrd_ipv4 == 0) return;
-  UniqueFd fd(qnr_open(station.harkd_qnrd_ipv4, static_cast<unsigned short>(station.harkd_qnrd_port)));
-  if (fd.is_open() && fd.get() < FD_SETSIZE) harkqnr_connected(fd.release());
-}
-
 void slow_section(LoopTimers& timers, TimeUs now) {
   const bool due = now - timers.t_slow > kSlowPeriodUs;
   if (!station.networkconfig_dirty && !station.sipservices_dirty && !due) return;
@@ -152,6 +146,7 @@ void renew_services() {
   if (!can_have_services()) return;
   if (sipctrl_createservice(identity()) != 0) {
     (void)std::fprintf(stderr, "%s SIP service create failed\n", station.appName.c_str());
+    return;
   }
   station.harkbonjour_init = true;
   for_each_panel([](HarkUIProxy& panel, int /*i*/) { panel.ActivateLatchedListen(); });
@@ -208,6 +203,12 @@ void one_pass(const Sets& sets, int ready, LoopTimers& timers, TimeUs now) {
 }
 
 }  // namespace
+
+void dial_routing_daemon() {
+  if (harkqnr_fd() >= 0 || station.harkd_qnrd_ipv4 == 0) return;
+  UniqueFd fd(qnr_open(station.harkd_qnrd_ipv4, static_cast<unsigned short>(station.harkd_qnrd_port)));
+  if (fd.is_open() && fd.get() < FD_SETSIZE) harkqnr_connected(fd.release());
+}
 
 void harkgpo_update() {
   static std::uint32_t previous = 255;

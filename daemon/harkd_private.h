@@ -15,4 +15,8 @@ extern HarkdState harkd;
 // Set by the handler of SIGTERM, which does nothing else: the loop logs.
 extern volatile std::sig_atomic_t bStopSignaled;
 
+// Dials the routing daemon, unless it is connected or none is wanted. One that is down is no error: the slow
+// section of the loop comes here again.
+void dial_routing_daemon();
+
 }  // namespace hark

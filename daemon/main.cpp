@@ -24,9 +24,9 @@ int main(int argc, char** argv) {
   // Created by the file's name and removed by the program's: a renamed program leaves its pid file behind.
   // Kept: start scripts of such installations look for it under that name.
   create_pid_file(argv[0]);
-  (void)harkd_main();
+  const int ended = harkd_main();
   remove_pid_file(station.appName.c_str());
   closelog();
-  if (station.dbg) (void)std::printf("%s exit %d\n", station.appName.c_str(), 0);
+  if (station.dbg) (void)std::printf("%s exit %d\n", station.appName.c_str(), ended);
   return 0;
 }

@@ -54,27 +54,29 @@ void set_qnr_port(const char* value) {
   }
 }
 
-int read_number(const char*& p) {
+// The number at `p`, which is left behind it; `fallback` when there is none.
+int read_number(const char*& p, int fallback) {
   char* end = nullptr;
-  const unsigned long number = std::strtoul(p, &end, 0);
+  const auto number = static_cast<long>(std::strtoul(p, &end, 0));
+  if (end == p) return fallback;
   p = end;
-  return static_cast<int>(std::min<unsigned long>(number, kNumberLimit));
+  return static_cast<int>(std::clamp<long>(number, -kNumberLimit, kNumberLimit));
 }
 
 // "min-max,src"; one number alone is the maximum.
 void set_qnr_io(const char* value) {
   int min = station.harkd_qnrd_io_min;
-  int max = read_number(value);
+  int max = read_number(value, 0);
   if (*value == '-') {
     min = max;
-    max = read_number(++value);
+    max = read_number(++value, 0);
   }
   if (min > 0 && min <= max) {
     station.harkd_qnrd_io_min = min;
     station.harkd_qnrd_io_max = max;
   }
   station.harkd_qnrd_io_src = station.harkd_qnrd_io_min;
-  if (*value == ',') station.harkd_qnrd_io_src = read_number(++value);
+  if (*value == ',') station.harkd_qnrd_io_src = read_number(++value, station.harkd_qnrd_io_min);
 }
 
 void set_interface(const char* value) { station.harkd_iface_name = station.harkd_ifa_name_default = value; }

@@ -97,6 +97,14 @@ int send_failed(int fd, std::size_t sent, std::size_t length) {
   return -1;
 }
 
+// Closes the socket of a connection that is gone. Nothing is sent to its number any more, which may soon be
+// another's.
+int end_connection(int fd, ConnectionData& data) {
+  data.shut = true;
+  ::close(fd);
+  return -1;
+}
+
 }  // namespace
 
 int reply_fd(int i) { return i >= 0 && i < kMaxConnections ? server.socket(i) : -1; }
@@ -142,13 +150,9 @@ int server_recv(int i) {
   if (!data.rx_buf) data.rx_buf.reset(new (std::nothrow) LineReader);
   if (!data.rx_buf) {
     (void)std::fprintf(stderr, "%s server_recv: out of memory\n", station.appName.c_str());
-    ::close(fd);
-    return -1;
+    return end_connection(fd, data);
   }
-  if (data.shut || data.rx_buf->receive(fd) <= 0) {
-    ::close(fd);
-    return -1;
-  }
+  if (data.shut || data.rx_buf->receive(fd) <= 0) return end_connection(fd, data);
   // A command may close the connection that it came on (a console that is given up): look again after each.
   while (server.socket(i) == fd) {
     const char* line = data.rx_buf->next();

@@ -30,7 +30,7 @@ struct _tagHARKD_CON_DATA {
   std::unique_ptr<HarkUIProxy> ui;          // the attached panel; null: none
   std::unique_ptr<LineReader> rx_buf;       // made at the first receive, kept over reconnections
   TimeUs send_wait_us = 0;                  // how long sending has waited for this peer of late
-  bool shut = false;                        // a send failed: the next receive ends the connection
+  bool shut = false;                        // nothing is sent any more; the next receive ends the connection
 
   // For a new connection in the slot.
   void init() {

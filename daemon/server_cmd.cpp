@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -98,7 +99,7 @@ bool asks_for_list(const char* rest) {
 }
 
 void send_gain(int sub, const char* value) {
-  const long gain = qnr_vall(value);
+  const long gain = std::min<long>(qnr_vall(value), kGainLimit);
   if (gain >= kLowestGain) {
     harkqnr_ctrl(".sub#%d gain=%ld\r\n", sub, gain);
   } else {

@@ -40,7 +40,7 @@ constexpr std::array<Module, 3> kModules{{
 constexpr int kKeysPerRow = 10;
 constexpr int kListedId = 1900;  // characters of an id that a line of the list has room for
 
-const Module* find_module(long type) {
+const Module* find_module(int type) {
   const auto found = std::find_if(kModules.begin(), kModules.end(),
                                   [type](const Module& module) { return module.type == type; });
   return found != kModules.end() ? &*found : nullptr;
@@ -84,7 +84,7 @@ void attach(const std::string& id, const char* rest, int i) {
   }
   ConnectionData& data = server.slot(i);
   data.ui.reset();
-  const int aans = qnr_getl(rest, "AANS", 0) != 0 ? 1 : 0;
+  const int aans = static_cast<int>(std::clamp<long>(qnr_getl(rest, "AANS", 0), INT_MIN, INT_MAX));
   data.ui = HarkUIProxy::Create(id, static_cast<int>(keys.first), static_cast<int>(keys.last), aans,
                                 server.model.get(), harkui_send, i);
   if (!data.ui) {
@@ -94,20 +94,20 @@ void attach(const std::string& id, const char* rest, int i) {
   announce_panel(i);
 }
 
-void write_module_file(long type, const Module* module) {
+void write_module_file(int type, const Module* module) {
   const UniqueFile file = open_file(harkui_file, "wte");
   if (!file) {
     syslog(kLogError, "Can't write /var/run/harkui");
     return;
   }
-  if (type != HarkUIProxy::kNoModule) (void)std::fprintf(file.get(), "MODULETYPE=%ld\n", type);
+  if (type != HarkUIProxy::kNoModule) (void)std::fprintf(file.get(), "MODULETYPE=%d\n", type);
   if (module == nullptr) return;
   (void)std::fprintf(file.get(), "NKEYS=%d\nNKEYSPERROW=%d\n%s", module->keys, module->keys / kKeysPerRow,
                      module->extra);
 }
 
 // Takes the panel of an earlier module away.
-void remove_module(int i, long new_type) {
+void remove_module(int i, int new_type) {
   ConnectionData& data = server.slot(i);
   uilist_indi('R', i, -1);
   if (data.ui->type == HarkUIProxy::kNoModule || new_type == HarkUIProxy::kNoModule)
@@ -115,7 +115,7 @@ void remove_module(int i, long new_type) {
   data.ui.reset();
 }
 
-void take_module_type(long type, int i) {
+void take_module_type(int type, int i) {
   ConnectionData& data = server.slot(i);
   if (!data.ui) {
     if (type == HarkUIProxy::kNoModule) return;
@@ -132,12 +132,12 @@ void take_module_type(long type, int i) {
       server_resp_single(reply_fd(i), QNR_ERROR_SERVERBUSY);
       return;
     }
-    syslog(kLogInfo, "connected Intercom $%ld %d keys", type, module->keys);
+    syslog(kLogInfo, "connected Intercom $%d %d keys", type, module->keys);
     data.ui->type = module->type;
     data.ui->Notify(kDirtyAll, 0);
     uilist_indi('A', i, -1);
   } else if (type != HarkUIProxy::kNoModule) {
-    syslog(kLogError, "unsupported Intercom type=%ld", type);
+    syslog(kLogError, "unsupported Intercom type=%d", type);
   }
   writeuilist();
   write_module_file(type, module);
@@ -168,7 +168,8 @@ void server_cmd_SURFACE(const char* text, int i) {
   if (i < 0) return;
   constexpr std::string_view kType = " type=";
   if (std::strncmp(text, kType.data(), kType.size()) == 0) {
-    take_module_type(std::strtol(text + kType.size(), nullptr, 0), i);
+    const long type = std::strtol(text + kType.size(), nullptr, 0);
+    take_module_type(static_cast<int>(std::clamp<long>(type, INT_MIN, INT_MAX)), i);
   } else if (HarkUIProxy* panel = server.panel(i); panel != nullptr) {
     panel->harkui_receive_surface(text);
   }

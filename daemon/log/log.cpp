@@ -5,7 +5,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -51,7 +53,8 @@ void read_config() {
     if (std::strcmp(key.data(), "SyslogServer_IPaddr") == 0) {
       g_log.log_remote_addr = inet_addr(value.data());
     } else if (std::strcmp(key.data(), "SyslogServer_SeverityLevel") == 0) {
-      g_log.log_severity_level = static_cast<int>(std::strtoul(value.data(), nullptr, 0));
+      g_log.log_severity_level =
+          static_cast<int>(std::min<unsigned long>(std::strtoul(value.data(), nullptr, 0), INT_MAX));
     }
   }
 }

@@ -160,7 +160,7 @@ int cmd_read(QnrObjectDb* db, const char* line, int client) {
   if (number[std::strspn(number, " ")] != '\0') {
     char* end = nullptr;
     const unsigned long value = std::strtoul(number, &end, 0);
-    if (value == 0 || value > INT_MAX || *end != '\0') return -1;
+    if (value == 0 || value > INT_MAX || end[std::strspn(end, " ")] != '\0') return -1;
     index = static_cast<int>(value) - 1;
   }
   Range range(*db, name.data(), index);

@@ -128,6 +128,10 @@ TEST_F(Options, RoutingIoTakesMinimumMaximumAndSource) {
            Row{"6", 1, 6, 1},
            Row{"6,4", 1, 6, 4},
            Row{"5-5", 5, 5, 5},
+           Row{"11-18,", 11, 18, 11},  // a comma without a number
+           Row{"11-18,x", 11, 18, 11},
+           Row{"5--1", 1, 8, 1},  // a negative number is no destination
+           Row{"-5", 1, 8, 1},
            Row{"0x10-0x17,0x2", 16, 23, 2},
            Row{"010-020,07", 8, 16, 7},
            // Not taken, but for the source behind the comma.

@@ -53,6 +53,17 @@ TEST_F(Panels, GoodRangesOfKeysAttach) {
   }
 }
 
+// Its own removal was once sent to the socket that had just been closed, and logged as a failed send.
+TEST_F(Panels, OneThatSubscribedToPanelsLeavesWithoutAWordInTheLog) {
+  ASSERT_TRUE(client.send_line("SUB HARKUI"));
+  EXPECT_THAT(answers(client, "ATTACH HARKUI#p KEYS:\"1-5\""), ElementsAre(Told("add", "p", client, "1-5")));
+  client.close();
+  Client other = Connect();
+  EXPECT_TRUE(wait_until([&] { return UiList().empty(); }));
+  EXPECT_TRUE(other.ask("VER", kVersion));
+  EXPECT_EQ(station.stderr_text().find("send"), std::string::npos);
+}
+
 TEST_F(Panels, BadRangesOfKeysDoNot) {
   for (const char* line : {
            "ATTACH HARKUI#p KEYS:\"5-4\"",

@@ -67,6 +67,13 @@ TEST_F(Commands, CfgIsPartOfTheObjectsNameInALongerLine) {
                                   "3:END|"));
 }
 
+TEST_F(Commands, BlanksBehindANameOrItsNumberAreNothing) {
+  EXPECT_EQ(Line("GPI 3  ", 3), 0);
+  EXPECT_THAT(Sent(), ElementsAre("3:GPI 3 hhhhh|"));
+  EXPECT_EQ(Line("GPI ", 3), 0);
+  EXPECT_EQ(Sent(), Family("3", "GPI"));
+}
+
 TEST_F(Commands, UnknownLinesAreRefusedSilently) {
   for (const char* line : {"GPI 0",
                            "GPI 10",
