@@ -96,7 +96,7 @@ show_mixer
 
 say "A talk call to a source that is told by a contact"
 control 'SUB GPI' 'END'
-control 'CALL URL:"quillnet:239.192.4.212;gpio=1;gpiot=2" TALK:1' 'TALK:1'
+control 'CALL URL:"quillnet:239.192.4.212;trgl=2;gpio=1;gpiot=2" TALK:1' 'TALK:1'
 
 say "Dropping all three: each ends 400 ms after it was asked for"
 control 'CALL URL:"quillnet:239.192.4.211" LISTEN:0' 'LISTEN:0'

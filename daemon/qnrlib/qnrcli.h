@@ -11,6 +11,9 @@ namespace hark {
 inline constexpr unsigned short kQnrDefaultPort = 93;
 inline constexpr std::size_t kQnrClientBuffer = 2000;
 
+// Path of a local socket at a routing daemon. Nothing in the system uses it.
+inline constexpr const char qnrd_uds_path[] = "/tmp/qnrpd";
+
 // A line reader's record. `qnrcli_init` fills it, `qnrcli_free` empties it.
 struct _tagQNRCLI {
   int fd = -1;           // the socket, owned; -1 closed
