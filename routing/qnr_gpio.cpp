@@ -25,7 +25,6 @@ namespace {
 
 // A command line after its keyword and number.
 struct Command {
-  int client;
   int port;          // zero-based
   const char* line;  // from "GPO" or "GPI" on
   const char* rest;  // behind the number and its blanks, never empty
@@ -39,7 +38,7 @@ bool may_change(const QnrGpio& gpio, int client) {
 // A command that this station does not run itself ("GPO 3 CMD:...") is passed to whoever subscribed to the
 // contact.
 void pass_on(const char* name, const Command& command) {
-  LineBuffer text;
+  std::array<char, kMaxLine + 3> text{};  // the longest line and its end
   format_text(text, "%s\r\n", command.line);
   qnrdb_indi(kAllConnections, name, command.port, text.data());
 }
@@ -155,7 +154,7 @@ int run_keyword(QnrGpio& gpio, int client, const char* line, const Keyword& keyw
   if (number < 1 || number > static_cast<unsigned long>(gpio.drv->*keyword.count)) {
     return refuse(gpio, client, QNR_ERROR_BADPORT);
   }
-  return keyword.run(gpio, {client, static_cast<int>(number) - 1, line + keyword.object_at, p});
+  return keyword.run(gpio, {static_cast<int>(number) - 1, line + keyword.object_at, p});
 }
 
 int run_line(QnrGpio& gpio, int client, const char* line) {
