@@ -14,6 +14,7 @@
 
 #include "base/fd.h"
 #include "daemon/log/log.h"
+#include "daemon/qnrlib/qnrcli.h"
 #include "daemon/server_private.h"
 #include "daemon/station/station.h"
 
@@ -91,7 +92,7 @@ void harkd_consoleconnect(const char* addr) {
     return;
   }
   ConnectionData& data = server.slot(i);
-  data.addr = target;
+  data.set_peer(target);
   data.reconnect_us = 0;
   syslog(kLogInfo, "connect to console %s", peer_text(target).c_str());
 }
@@ -112,7 +113,7 @@ int con_reconnect(int i) {
     (void)std::printf("%s reconnect to %s\n", station.appName.c_str(), peer_text(data.addr).c_str());
   UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const bool usable = fd.is_open() && fd.get() < FD_SETSIZE;
-  if (!usable || ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&data.addr), sizeof data.addr) != 0) {
+  if (!usable || !connect_in_time(fd.get(), data.addr)) {
     data.reconnect_us =
         data.reconnect_us == 0 ? kFirstWaitUs : std::min(data.reconnect_us * 2, kLongestWaitUs);
     return -1;

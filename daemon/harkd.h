@@ -17,7 +17,7 @@ int harkd_cleanup();
 // changed.
 void harkgpo_update();
 
-// Asks the loop to end at the end of its pass, as SIGTERM does.
+// Asks the loop to end at the end of its pass, as SIGTERM does. For tests.
 void harkd_stop();
 
 }  // namespace hark

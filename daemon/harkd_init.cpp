@@ -186,7 +186,7 @@ int harkd_cleanup() {
   sipctrl_done();
   station.ifa_name.clear();
   server_cleanup();
-  harkd.listen_fd.reset();
+  harkd = HarkdState{};
   harkqnr_gpio_clear_events();
   vgpio_cleanup();
   drv_gpio.ngpi = drv_gpio.ngpo = 0;

@@ -94,16 +94,10 @@ void serve_mdns(const Sets& sets, LoopTimers& timers) {
 }
 
 void dispatch(const Sets& sets, LoopTimers& timers, TimeUs now) {
-  // A connection of this pass is served in the next one: its descriptor may carry the bit of one that was
-  // closed.
-  Sets served = sets;
-  if (fdset_has(harkd.listen_fd.get(), sets.readable)) {
-    const int fd = server_accept(harkd.listen_fd.get());
-    if (fd >= 0) FD_CLR(fd, &served.readable);
-  }
+  if (fdset_has(harkd.listen_fd.get(), sets.readable)) (void)server_accept(harkd.listen_fd.get());
   if (fdset_has(harkqnr_fd(), sets.readable)) (void)harkqnr_recv();
-  serve_connections(served, now);
-  serve_mdns(served, timers);
+  serve_connections(sets, now);
+  serve_mdns(sets, timers);
 }
 
 void slow_section(LoopTimers& timers, TimeUs now) {
@@ -211,11 +205,10 @@ void dial_routing_daemon() {
 }
 
 void harkgpo_update() {
-  static std::uint32_t previous = 255;
   const std::uint32_t outputs = server.model->ComputeGPO();
-  if (outputs == previous) return;
-  const std::uint32_t changed = outputs ^ previous;
-  previous = outputs;
+  if (outputs == harkd.panel_outputs) return;
+  const std::uint32_t changed = outputs ^ harkd.panel_outputs;
+  harkd.panel_outputs = outputs;
   if ((changed & kOutputPins) != 0) {
     std::array<char, 32> line{};
     format_text(line, "GPI 1 %s\n", gpio2asc((changed & kOutputPins) << 8 | (outputs & kOutputPins)).data());

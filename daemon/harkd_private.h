@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csignal>
+#include <cstdint>
 
 #include "base/fd.h"
 
@@ -9,6 +10,7 @@ namespace hark {
 
 struct HarkdState {
   UniqueFd listen_fd;
+  std::uint32_t panel_outputs = 255;  // as last told: all at rest
 };
 extern HarkdState harkd;
 

@@ -21,8 +21,8 @@ int main(int argc, char** argv) {
   if (result != 0 || station.dbg) (void)std::printf("harkd_initialize %d\n", result);
   if (result != 0) return 1;
   if (!station.dbg && ::daemon(0, 0) != 0) std::exit(1);
-  // Created by the file's name and removed by the program's: a renamed program leaves its pid file behind.
-  // Kept: start scripts of such installations look for it under that name.
+  // Kept: created by the file's name and removed by the program's, so that a renamed program leaves its pid
+  // file behind. Whoever renamed it looks for it under that name.
   create_pid_file(argv[0]);
   const int ended = harkd_main();
   remove_pid_file(station.appName.c_str());

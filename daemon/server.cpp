@@ -27,8 +27,8 @@ Server server;
 
 namespace {
 
-// A host is turned away when this many slots hold its address; the log has always told a limit of 6. Kept:
-// monitoring of installed systems looks for that text.
+// Kept: a host is turned away when this many slots hold its address, while the log tells a limit of 6. The
+// text is part of the log's interface, the count of the port's; neither moves for the other.
 constexpr int kHostLimit = 7;
 constexpr int kHostLimitInLog = 6;
 
@@ -132,13 +132,13 @@ int server_accept(int listen_fd) {
     (void)std::printf("%s: %s connected (%d) [%d]\n", station.appName.c_str(), peer_text(peer).c_str(), fd,
                       search.free);
   }
-  // The port is logged as it is stored, in network order. Kept: log readers of installed systems expect it.
+  // Kept: the port is logged as it is stored, in network order. It tells connections apart, no more.
   syslog(kLogNotice, "connected %s:%d, connection id: %d", dotted(peer.sin_addr.s_addr).data(), peer.sin_port,
          fd);
   set_inbound_options(fd);
   ConnectionData& data = server.slot(search.free);
   data.init();
-  data.addr = peer;
+  data.set_peer(peer);
   server.socket(search.free) = fd;
   (void)qnrdb_sub_set(&qnrobjdb, nullptr, -1, search.free, false);
   return fd;

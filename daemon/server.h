@@ -36,8 +36,14 @@ struct _tagHARKD_CON_DATA {
   void init() {
     ui.reset();
     if (rx_buf) rx_buf->clear();
-    send_wait_us = 0;
     shut = false;
+  }
+
+  // Takes the far end of the slot. What sending has waited belongs to the host, not to one of its
+  // connections: one that comes back has used up what it has used up.
+  void set_peer(const sockaddr_in& peer) {
+    if (addr.sin_addr.s_addr != peer.sin_addr.s_addr) send_wait_us = 0;
+    addr = peer;
   }
 };
 using ConnectionData = _tagHARKD_CON_DATA;

@@ -51,8 +51,7 @@ struct KeyRange {
   long last = 0;
 };
 
-// Reads "a-b". Kept: a single number means all keys, which is what panels of one row have always sent for
-// that.
+// Reads "a-b". Kept: a single number means all keys; a panel that wants one key says "5-5".
 KeyRange read_keys(const char* value, int nkeys) {
   if (*value == '"') ++value;
   char* end = nullptr;

@@ -78,7 +78,7 @@ void input_program_source(const char* line) {
 
 void input_preview_source(const char* line) {
   if (const char* rtpa = qnr_findval(line + kSourcePrefix, "RTPA")) {
-    station.harkd_qnprevch = static_cast<in_addr_t>(qn_url2ip(rtpa, nullptr));
+    station.harkd_qnprevch = static_cast<in_addr_t>(qnr_valip(rtpa));
     qnr.changed = true;
   }
   harkqnr_vmix2src(kSubListen, station.harkd_qnprevch, nullptr);
@@ -155,7 +155,8 @@ int harkd_ext_config_load() {
   return 0;
 }
 
-// Not written atomically. Kept: installations put the file on media where only the file itself is writable.
+// Kept: written in place, not by a sibling and a rename, so that the file may be a link or the one writable
+// thing in its folder. What a crash in between loses is set again by the next change.
 void harkd_ext_config_save() {
   const UniqueFile file = open_file(conf_qnr, "wte");
   if (!file) {

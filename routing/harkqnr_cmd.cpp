@@ -58,7 +58,7 @@ void source_changed() {
 void take_src(const char* rest) {
   if (leading_number(rest) != station.harkd_qnrd_io_src) return;
   if (const char* rtpa = qnr_findval(rest, "RTPA"); rtpa != nullptr) {
-    const auto address = static_cast<in_addr_t>(qn_url2ip(rtpa, nullptr));
+    const auto address = static_cast<in_addr_t>(qnr_valip(rtpa));
     if (address != station.harkd_qnsrcch) {
       station.harkd_qnsrcch = address;
       source_changed();

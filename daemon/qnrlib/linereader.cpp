@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace hark {
 namespace {
@@ -12,7 +13,7 @@ bool is_line_end(char c) { return c == '\r' || c == '\n'; }
 }  // namespace
 
 ssize_t LineReader::receive(int fd) {
-  std::copy(text_.begin() + head_, text_.begin() + tail_, text_.begin());
+  std::memmove(text_.data(), text_.data() + head_, tail_ - head_);
   tail_ -= head_;
   head_ = 0;
   const ssize_t got = ::recv(fd, text_.data() + tail_, kMaxLine - tail_, 0);

@@ -50,6 +50,15 @@ bool wait_readable(int fd, long timeout_us) {
 
 }  // namespace
 
+bool connect_in_time(int fd, const sockaddr_in& to) {
+  constexpr timeval kLimit{1, 200'000};  // on Linux the limit on sending bounds the connect too
+  constexpr timeval kNone{0, 0};
+  (void)::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &kLimit, sizeof kLimit);
+  const bool connected = ::connect(fd, reinterpret_cast<const sockaddr*>(&to), sizeof to) == 0;
+  (void)::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &kNone, sizeof kNone);
+  return connected;
+}
+
 int qnr_open(unsigned long ip, unsigned short port) {
   UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!fd.is_open()) return -1;
@@ -59,8 +68,7 @@ int qnr_open(unsigned long ip, unsigned short port) {
   to.sin_family = AF_INET;
   to.sin_addr.s_addr = ip != 0 ? static_cast<in_addr_t>(ip) : htonl(INADDR_LOOPBACK);
   to.sin_port = htons(port != 0 ? port : kQnrDefaultPort);
-  if (::connect(fd.get(), reinterpret_cast<const sockaddr*>(&to), sizeof to) != 0) return -1;
-  return fd.release();
+  return connect_in_time(fd.get(), to) ? fd.release() : -1;
 }
 
 int qnr_cmd(int fd, const char* text) {

@@ -3,6 +3,8 @@
 // reads in its own loop.
 #pragma once
 
+#include <netinet/in.h>
+
 #include <cstddef>
 
 namespace hark {
@@ -23,8 +25,13 @@ struct _tagQNRCLI {
   int size = 0;          // of `buf`
 };
 
+// Connects the blocking socket `fd` to `to`, which holds the loop up: for 1.2 s at most, since a host that
+// drops what is sent to it would do so for minutes. False when there is no connection by then. Sets no limit
+// on later sends.
+[[nodiscard]] bool connect_in_time(int fd, const sockaddr_in& to);
+
 // A TCP connection to `ip` (network order, 0: 127.0.0.1) and `port` (host order, 0: 93) with TCP_NODELAY. The
-// connect blocks. Returns the socket, which the caller owns, or -1.
+// connect blocks, within limits. Returns the socket, which the caller owns, or -1.
 [[nodiscard]] int qnr_open(unsigned long ip, unsigned short port);
 
 // Sends the whole text by one send(2). -1 on failure or when not all of it was taken, else 0.

@@ -14,6 +14,7 @@ std::string conf_qnr = "/etc/orfe/qnr.conf";
 std::string conf_qnr_default;
 TimeUs tv_conf_running_changed = 0;
 bool tv_conf_running_changed_run = false;
+void (*conf_running_load)() = nullptr;
 
 namespace {
 
@@ -61,6 +62,7 @@ void qnr_conf_load(const std::string& path, const std::string& fallback, void (*
     text[std::strcspn(text.data(), "\r\n")] = '\0';
     if (text[0] != '\0') line(text.data());
   }
+  if (conf_running_load != nullptr) conf_running_load();
   line("EXE");
   tv_conf_running_changed_run = false;
 }

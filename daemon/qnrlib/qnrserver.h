@@ -43,6 +43,9 @@ extern TimeUs tv_conf_running_changed;
 extern bool tv_conf_running_changed_run;
 void conf_running_changed();
 
+// Called when a settings file has been run through; empty here, for whoever keeps a running configuration.
+extern void (*conf_running_load)();
+
 // Each extension's version text, in list order, into `buf` of `n` bytes.
 void qnr_ext_ver(QNR_SERVER* server, char* buf, std::size_t n);
 

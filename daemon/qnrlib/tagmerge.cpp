@@ -10,11 +10,22 @@
 namespace hark {
 namespace {
 
-// The run up to the first ":" or "=" or the end of the text.
-std::string_view token_name(const char* token) { return {token, std::strcspn(token, ":=")}; }
+// The run up to the first ":" or "=", or to the token's end when it has no value.
+std::string_view token_name(const char* token) { return {token, std::strcspn(token, ":= ,")}; }
 
+bool same_name(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+// The first token at or behind `list`.
+const char* first_token(const char* list) { return list + std::strspn(list, " ,"); }
+
+// The token of that name, with or without a value; null when there is none.
 const char* find_named(const char* list, std::string_view name) {
-  return qnr_findtag(list, name.data(), name.size());
+  for (const char* token = first_token(list); *token != '\0'; qnr_nextval(token)) {
+    if (same_name(token_name(token), name)) return token;
+  }
+  return nullptr;
 }
 
 void append_raw(std::string& out, const char* token) {
@@ -28,14 +39,14 @@ void append_raw(std::string& out, const char* token) {
 bool is_valid(std::string_view name, const char* const* valid) {
   if (valid == nullptr) return true;
   for (; *valid != nullptr; ++valid) {
-    if (name.size() == std::strlen(*valid) && strncasecmp(name.data(), *valid, name.size()) == 0) return true;
+    if (same_name(name, *valid)) return true;
   }
   return false;
 }
 
 // Old tokens of unknown names stay, and a replacement is not checked: only what is new must be known.
 void merge_old(std::string& out, const char* old, const char* changes) {
-  for (const char* token = old; *token != '\0'; qnr_nextval(token)) {
+  for (const char* token = first_token(old); *token != '\0'; qnr_nextval(token)) {
     const std::string_view name = token_name(token);
     if (name.empty()) continue;
     const char* replacement = find_named(changes, name);
@@ -44,7 +55,7 @@ void merge_old(std::string& out, const char* old, const char* changes) {
 }
 
 void add_new(std::string& out, const char* changes, const char* const* valid) {
-  for (const char* token = changes; *token != '\0'; qnr_nextval(token)) {
+  for (const char* token = first_token(changes); *token != '\0'; qnr_nextval(token)) {
     const std::string_view name = token_name(token);
     if (name.empty() || find_named(out.c_str(), name) != nullptr || !is_valid(name, valid)) continue;
     append_raw(out, token);

@@ -3,7 +3,7 @@
 #include <arpa/inet.h>
 #include <strings.h>
 
-#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -135,6 +135,13 @@ int qnr_escape(char* dst, int size, const char* src) {
   }
   dst[length] = '\0';
   return length;
+}
+
+unsigned long qnr_valip(const char* val) {
+  constexpr int kAddressSize = 64;  // more than any address, scheme and port
+  std::array<char, kAddressSize> address{};
+  qnr_copyval(address.data(), val, kAddressSize);
+  return qn_url2ip(address.data(), nullptr);
 }
 
 unsigned long qn_url2ip(const char* text, unsigned short* port) {

@@ -65,6 +65,10 @@ int qnr_escape(char* dst, int size, const char* src);
 // case).
 [[nodiscard]] std::string qnr_alter_str(const char* old, const char* changes, const char* const* valid);
 
+// The address (see qn_url2ip) that the value at `val` names: the value alone is looked at, not what follows
+// it.
+[[nodiscard]] unsigned long qnr_valip(const char* val);
+
 // The IPv4 address, in network order, of "a.b.c.d[:port]", a channel number "n" (239.192.n>>8.n), or either
 // behind "qns://"; one leading quote is skipped. 0 when it is none of these. `port`, when not null, receives
 // the port in host order, 5004 unless one is given.

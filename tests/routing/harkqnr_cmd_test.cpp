@@ -122,6 +122,12 @@ TEST_F(HarkqnrCmd, NewSourceAddressIsTakenAndAnnounced) {
   }
 }
 
+// A "://" in a later tag was once taken for the scheme of the address, and cleared it.
+TEST_F(HarkqnrCmd, SourceAddressIsReadWithoutWhatFollowsIt) {
+  harkqnr_cmd("SRC 1 RTPA:\"239.192.0.5\" PSNM:\"a://b\"");
+  EXPECT_STREQ(dotted(station.harkd_qnsrcch).data(), "239.192.0.5");
+}
+
 TEST_F(HarkqnrCmd, NewSourceNameIsTakenAndAnnounced) {
   struct Row {
     const char* line;

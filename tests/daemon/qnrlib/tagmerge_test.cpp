@@ -45,6 +45,18 @@ TEST(QnrAlterStr, NewTagIsAddedBehindTheOldOnes) {
   }
 }
 
+// A tag without a value was once not found again, and was added anew by each change.
+TEST(QnrAlterStr, TagWithoutAValueIsOneTag) {
+  Check({"FOO", "FOO", "FOO"}, nullptr);
+  Check({"A:1 NAME", "NAME", "A:1 NAME"}, kValid.data());
+  Check({"", "NAME", "NAME"}, kValid.data());
+}
+
+TEST(QnrAlterStr, SeparatorsInFrontAreNothing) {
+  Check({" A:1", "B:2", "A:1 B:2"}, nullptr);
+  Check({nullptr, " ,A:1", "A:1"}, nullptr);
+}
+
 TEST(QnrAlterStr, NewTagMustBeAValidOne) {
   for (const Row& row :
        {Row{R"(NAME:"Main" CMAP:08)", R"(NAME:"X" FOO:1)", R"(NAME:"X" CMAP:08)"},
