@@ -1,5 +1,7 @@
 #include "callctl/sipctrl.h"
 
+#include <arpa/inet.h>
+
 #include <array>
 #include <cstring>
 #include <span>
@@ -117,6 +119,17 @@ int str2mdnsnamez(const char* in, char* out, std::size_t size) {
   }
   out[length] = '\0';
   return static_cast<int>(length);
+}
+
+StationIdentity station_identity() {
+  StationIdentity identity;
+  identity.name = station.harkd_svcname.data();
+  identity.alt = station.harkd_alt.data();
+  identity.trgl = harkd_get_trgl();
+  identity.ip = ntohl(station.sip_ip);
+  identity.port = static_cast<std::uint16_t>(station.sip_port);
+  identity.mcast = local_source_address();
+  return identity;
 }
 
 int sipctrl_createservice(const StationIdentity& identity) {

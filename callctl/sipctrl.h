@@ -21,6 +21,9 @@ struct StationIdentity {
   std::uint32_t mcast = 0;  // host order; where our audio is
 };
 
+// The identity that the station's settings give now; its texts are borrowed from them.
+[[nodiscard]] StationIdentity station_identity();
+
 // Makes service 1, "hark-listen", and service 2, "hark-talk". Always 0: a service that cannot be made is
 // logged by its own event.
 int sipctrl_createservice(const StationIdentity& identity);

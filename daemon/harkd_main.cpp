@@ -120,17 +120,6 @@ bool can_have_services() {
          station.harkd_qnsrcch != 0;
 }
 
-StationIdentity identity() {
-  StationIdentity identity;
-  identity.name = station.harkd_svcname.data();
-  identity.alt = station.harkd_alt.data();
-  identity.trgl = harkd_get_trgl();
-  identity.ip = ntohl(station.sip_ip);
-  identity.port = static_cast<std::uint16_t>(station.sip_port);
-  identity.mcast = local_source_address();
-  return identity;
-}
-
 // Makes the SIP services anew. All calls drop, which is meant: what changed is part of the services' own
 // identity.
 void renew_services() {
@@ -138,7 +127,7 @@ void renew_services() {
   station.sipservices_dirty = false;
   (void)sipctrl_removeservice();
   if (!can_have_services()) return;
-  if (sipctrl_createservice(identity()) != 0) {
+  if (sipctrl_createservice(station_identity()) != 0) {
     (void)std::fprintf(stderr, "%s SIP service create failed\n", station.appName.c_str());
     return;
   }

@@ -95,17 +95,6 @@ void report_volume(const char* url, long volume) {
 void model_receive(const char* text) { server.model->harkd_receive(text); }
 void model_speaker_mute(bool mute) { server.model->SetSpeakerMute(mute); }
 
-StationIdentity identity() {
-  StationIdentity identity;
-  identity.name = station.harkd_svcname.data();
-  identity.alt = station.harkd_alt.data();
-  identity.trgl = harkd_get_trgl();
-  identity.ip = ntohl(station.sip_ip);
-  identity.port = static_cast<std::uint16_t>(station.sip_port);
-  identity.mcast = local_source_address();
-  return identity;
-}
-
 // A command of our mixer: whole, in quotes that close, and of a known form.
 void check_mixer_line(std::string_view line) {
   static constexpr std::array<std::string_view, 3> kForms{"get supv state", "create vmix2 app_id=\"",
@@ -251,7 +240,7 @@ void StationRig::renew_services() {
   station.sipservices_dirty = false;
   (void)sipctrl_removeservice();
   if (station.sip_ip == 0 || station.harkd_svcname[0] == '\0' || station.harkd_qnsrcch == 0) return;
-  check(sipctrl_createservice(identity()) == 0, "the services are made");
+  check(sipctrl_createservice(station_identity()) == 0, "the services are made");
 }
 
 void StationRig::drain() {
