@@ -6,12 +6,14 @@
 
 namespace hark::test {
 
-FakeConsole::FakeConsole(std::string address, int port) : address_(std::move(address)), port_(port) {
-  if (accept()) port_ = port_of(listener_.get());
+FakeConsole::FakeConsole(std::string address, int port) : address_(std::move(address)) {
+  reserved_ = shared_socket(address_, port);
+  port_ = reserved_.is_open() ? port_of(reserved_.get()) : port;
+  (void)accept();
 }
 
 bool FakeConsole::accept() {
-  listener_ = bound_socket(SOCK_STREAM, address_, port_);
+  if (reserved_.is_open()) listener_ = shared_socket(address_, port_);
   if (listener_.is_open() && ::listen(listener_.get(), 4) != 0) listener_.reset();
   return listening();
 }

@@ -1,5 +1,6 @@
 // The mixing console's side of the connection that the station makes: listens, takes one station at a time,
-// keeps what it says. Refusing is a port where nobody listens.
+// keeps what it says. Refusing is a port where nobody listens; it stays ours all the same, so that no test that
+// runs at the same time can listen there meanwhile.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -43,6 +44,7 @@ class FakeConsole : public Pumped {
   void read_station();
 
   std::string address_;
+  UniqueFd reserved_;  // bound to the port, never listening
   UniqueFd listener_;
   int port_ = 0;
   int connections_ = 0;

@@ -19,14 +19,27 @@ inline sockaddr_in ipv4(const std::string& address, int port) {
   return at;
 }
 
-// A non-blocking socket bound there; none when it could not be bound. `type` is SOCK_STREAM or SOCK_DGRAM.
-inline UniqueFd bound_socket(int type, const std::string& address, int port) {
+namespace detail {
+
+inline UniqueFd bound_with(int type, const std::string& address, int port, int option) {
   UniqueFd fd(::socket(AF_INET, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int on = 1;
-  if (type == SOCK_STREAM) (void)::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  if (type == SOCK_STREAM) (void)::setsockopt(fd.get(), SOL_SOCKET, option, &on, sizeof on);
   const sockaddr_in at = ipv4(address, port);
   if (::bind(fd.get(), reinterpret_cast<const sockaddr*>(&at), sizeof at) != 0) fd.reset();
   return fd;
+}
+
+}  // namespace detail
+
+// A non-blocking socket bound there; none when it could not be bound. `type` is SOCK_STREAM or SOCK_DGRAM.
+inline UniqueFd bound_socket(int type, const std::string& address, int port) {
+  return detail::bound_with(type, address, port, SO_REUSEADDR);
+}
+
+// A TCP socket bound there that shares its place only with others of this function.
+inline UniqueFd shared_socket(const std::string& address, int port) {
+  return detail::bound_with(SOCK_STREAM, address, port, SO_REUSEPORT);
 }
 
 // The port that a socket is bound to.
