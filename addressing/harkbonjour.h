@@ -19,6 +19,10 @@ void harkbonjour_cleanup();
 // of the station's audio in network order. Always 0.
 int harkbonjour_set_TXT(const char* alt, int level, in_addr_t rtpa);
 
+// Asks for the address of the station `label` now. 1 when it is known at once, 0 when it is on its way, -1
+// when it cannot be asked for. As a seam: always -1.
+int harkbonjour_lookupservice(const char* label);
+
 // Adds the sockets to `set`. Returns the highest, -1 when there is none.
 [[nodiscard]] int harkbonjour_addfdset(fd_set& set);
 

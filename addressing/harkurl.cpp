@@ -76,6 +76,10 @@ std::size_t strstartswith(const char* s, const char* prefix) {
   return std::strncmp(s, prefix, length) == 0 ? length : 0;
 }
 
+std::string_view harkurl_name(const harkurl_info& info) {
+  return info.name_len <= info.full_len ? std::string_view(info.name, info.name_len) : std::string_view();
+}
+
 const char* harkurl_address(const char* url) {
   if (url == nullptr) return nullptr;
   if (*url == '*' && strstartswith(url + 1, harkurl_prefix) != 0)

@@ -40,9 +40,15 @@ struct harkurl_info {
 // the type code, -1 for a null or empty text.
 int harkurl_parse(const char* text, harkurl_info* info);
 
+// The display name; empty when there is none, and for a text that begins with "<".
+[[nodiscard]] std::string_view harkurl_name(const harkurl_info& info);
+
 // What stands behind the station prefix of `url` ("hark:", "*hark:", "sip:hark-talk@", "sip:hark-listen@"),
 // or null.
 [[nodiscard]] const char* harkurl_address(const char* url);
+
+// `url` without the "*" that marks one which is not written to files.
+[[nodiscard]] inline const char* behind_star(const char* url) { return *url == '*' ? url + 1 : url; }
 
 // The length of the part of an address that identifies a host: of a SIP address without its port. 0 for a
 // null `addr`.
@@ -62,6 +68,10 @@ int harkurl_parse(const char* text, harkurl_info* info);
 
 // The numeric tag `name` in `tags` (terminated text), in base 0; 0 when absent.
 [[nodiscard]] long url_tagl(const char* tags, const char* name);
+
+// The zero-based trigger level that `tags` give, held to a number that sums stay in range with; -1 when they
+// give none.
+[[nodiscard]] int url_level(const char* tags);
 
 // Copies the text tag `name` to `out` of `outlen` bytes, unescaped and always terminated. Returns the length,
 // 0 when absent or when `info` is null or has no tags.

@@ -1,25 +1,29 @@
 #include "addressing/sources.h"
 
 #include <array>
-#include <cstdio>
-#include <cstring>
+#include <optional>
 
-#include "base/fd.h"
+#include "daemon/qnrlib/textfile.h"
 
 namespace hark {
 
 std::string harksources_file = "/etc/Orfe/hark/hark_sources";
 
-namespace {}  // namespace
+void for_each_source_line(const std::string& file, const std::function<void(const char*)>& line) {
+  const std::optional<std::string> content = read_text_file(file);
+  if (!content) return;
+  TextLines lines(*content, kSourceLineSize - 1);
+  std::array<char, kSourceLineSize> text;
+  while (lines.next_text(text)) {
+    if (text[0] == '#') text[0] = '\0';
+    line(text.data());
+  }
+}
 
 void for_each_source_line(const std::function<void(const char*)>& line) {
-  const UniqueFile file = open_file(harksources_file, "re");
-  if (!file) return;
-  std::array<char, kSourceLineSize> text{};
-  while (std::fgets(text.data(), static_cast<int>(text.size()), file.get()) != nullptr) {
-    text[std::strcspn(text.data(), "\r\n")] = '\0';
-    if (text[0] != '\0' && text[0] != '#') line(text.data());
-  }
+  for_each_source_line(harksources_file, [&line](const char* text) {
+    if (*text != '\0') line(text);
+  });
 }
 
 }  // namespace hark

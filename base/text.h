@@ -14,6 +14,9 @@ namespace hark {
 inline constexpr std::size_t kMaxLine = 2000;
 using LineBuffer = std::array<char, kMaxLine + 1>;
 
+// Room for an escaped URL in a line, so that the fields of a call behind it fit as well.
+inline constexpr int kEscapedUrlSize = 1940;
+
 // Formats into `out`, cut to fit, always terminated. Returns the length of the text that is now in `out`.
 // An empty `out` takes nothing and gives 0.
 int format_text(std::span<char> out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));

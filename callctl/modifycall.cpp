@@ -82,8 +82,8 @@ void sipctrl_line_drop(HarkLine& line) {
 }
 
 void set_trigger_level(HarkLine& line, const harkurl_info& info) {
-  const long level = std::clamp<long>(url_tagl(info.tags, "trgl"), 0, INT_MAX) - 1;
-  line.trgl = line.trgl_compare = level < 0 ? kDefaultTriggerLevel : static_cast<int>(level);
+  const int level = url_level(info.tags);
+  line.trgl = line.trgl_compare = level < 0 ? kDefaultTriggerLevel : level;
 }
 
 int sipctrl_modifycall(const char* url, char listen, char talk) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <system_error>
 
+#include "addressing/harkresolvtable.h"
 #include "addressing/sources.h"
 #include "daemon/log/log.h"
 #include "daemon/log/process_files.h"
@@ -26,7 +27,7 @@ void apply_hark_root() {
   const std::string folder = ::realpath(root, resolved.data()) != nullptr ? resolved.data() : absolute;
   for (std::string* path :
        {&station.ApplicationSettingsFolder, &station.harkconfig_file, &harkid_file, &conf_qnr,
-        &harksources_file, &log_cfgfile, &pid_file_folder, &uilist_file, &harkui_file}) {
+        &harksources_file, &table_file, &log_cfgfile, &pid_file_folder, &uilist_file, &harkui_file}) {
     path->insert(0, folder);
   }
 }

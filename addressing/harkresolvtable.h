@@ -1,0 +1,58 @@
+// The list of stations that this daemon has heard of, by discovery or by their calls. Every change is written
+// at once to a file with the layout of the operator's file of sources, so that other programs, or the
+// resolver while discovery is down, can read it.
+#pragma once
+
+#include <netinet/in.h>
+
+#include <cstdint>
+#include <list>
+#include <string>
+#include <string_view>
+
+namespace hark {
+
+inline constexpr std::string_view kLocalDomain = "local.";
+
+struct harkresolvtable_entry {
+  std::string name;        // service instance name, which is the station's label
+  std::string domain;      // DNS-SD domain, "local." as a rule
+  std::string host;        // host name from the service's resolve; empty: none
+  std::string alt;         // alternate text; empty: none
+  std::uint32_t trgl = 0;  // trigger level plus one, 0 if unknown
+  in_addr_t rtpa = 0;      // address of the station's audio, network order; 0: unknown
+  std::uint16_t port = 0;  // the station's control port, host order; 0: unknown
+  std::string url;         // empty: unknown
+};
+
+// Newest first. Entries stay where they are in memory until they are removed.
+using harkresolvtable = std::list<harkresolvtable_entry>;
+
+// The stations heard of.
+extern harkresolvtable harkd_dynamicsources;
+
+// Path of the file. Writable for deployments and tests; empty: no file is written.
+extern std::string table_file;
+
+// Called first when an entry is freed, for what belongs to the entry elsewhere. Filled by discovery.
+extern void (*bonjour_harkresolvtable_free_entry_callback)(harkresolvtable_entry& entry);
+
+// The entry of `name` in `domain` (empty: in any), made and written to the file if there is none. Valid until
+// it is removed.
+harkresolvtable_entry& harkresolvtable_add(harkresolvtable& table, std::string_view name,
+                                           std::string_view domain);
+
+// Removes the entry with exactly this name and domain, if there is one, and writes the file.
+void harkresolvtable_remove(harkresolvtable& table, std::string_view name, std::string_view domain);
+
+// The entry with exactly this name and domain, or null.
+[[nodiscard]] harkresolvtable_entry* harkresolvtable_lookup(harkresolvtable& table, std::string_view name,
+                                                            std::string_view domain);
+
+// Calls the hook and frees the entry; the file is not written.
+void harkresolvtable_free_entry(harkresolvtable& table, harkresolvtable::iterator entry);
+
+// Writes the file. What cannot be written is said on standard error, and the file stays old.
+void harkresolvtable_write(const harkresolvtable& table);
+
+}  // namespace hark
