@@ -81,6 +81,7 @@ void connect_modules() {
   qnrdb_hooks = {server.cons, server_resp_single, server_cmd_CALL_STATUS, list_panels, model_receive};
   harkqnr_hooks = {sipctrl_qndstvolumechanged, harkd_consoleconnect, harkd_ext_input};
   harkqnr_gpio_hooks = {remotecommand, model_speaker_mute};
+  harkd_has_autoanswer_callback = harkd_has_autoanswer;
   sipctrl_modifycall_callback = report_call;
   sipctrl_modifycallvolume_callback = report_volume;
 }

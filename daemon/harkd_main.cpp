@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "addressing/harkbonjour.h"
 #include "base/clock.h"
@@ -33,8 +34,6 @@ constexpr suseconds_t kPassTimeoutUs = 10'000;
 constexpr TimeUs kSlowPeriodUs = 3'000'000;
 constexpr TimeUs kMdnsFirstRetryUs = 1'000'000;
 constexpr TimeUs kMdnsLongestRetryUs = 16'000'000;
-constexpr std::uint32_t kListenOn = 1;  // bits of the panels' outputs, active low
-constexpr std::uint32_t kTalkOn = 16;
 constexpr std::uint32_t kOutputPins = 31;
 
 struct Sets {
@@ -151,10 +150,11 @@ void restart_mdns(LoopTimers& timers, TimeUs now) {
 }
 
 void refresh_panels(TimeUs now) {
-  const std::uint32_t mask = server.model->dirty;
+  // Cleared first: a latched listen that a panel opens here, or a contact that the outputs move, changes the
+  // model again, and all panels must see that in the next pass.
+  const std::uint32_t mask = std::exchange(server.model->dirty, 0U);
   for_each_panel([mask, now](HarkUIProxy& panel, int /*i*/) { panel.Notify(mask, now); });
   if ((mask & kDirtyIndicators) != 0) harkgpo_update();
-  server.model->dirty = 0;
 }
 
 void save_settings() {
@@ -203,11 +203,11 @@ void harkgpo_update() {
     format_text(line, "GPI 1 %s\n", gpio2asc((changed & kOutputPins) << 8 | (outputs & kOutputPins)).data());
     server_cmd(line.data(), kInternalConnection);
   }
-  if ((changed & kTalkOn) != 0 && (station.harkd_extc & kExtcNoTalkReport) == 0) {
-    tell_panels("talk", (outputs & kTalkOn) != 0);
+  if ((changed & kOutTalk) != 0 && (station.harkd_extc & kExtcNoTalkReport) == 0) {
+    tell_panels("talk", (outputs & kOutTalk) != 0);
   }
-  if ((changed & kListenOn) != 0 && (station.harkd_extc & kExtcNoListenReport) == 0) {
-    tell_panels("listen", (outputs & kListenOn) != 0);
+  if ((changed & kOutListen) != 0 && (station.harkd_extc & kExtcNoListenReport) == 0) {
+    tell_panels("listen", (outputs & kOutListen) != 0);
   }
 }
 

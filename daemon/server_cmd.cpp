@@ -21,7 +21,6 @@ namespace {
 
 constexpr const char ERROR_CALLFAILED[] = "ERROR 3001 call failed\n";  // the one that ends in LF alone
 constexpr int kUrlSize = 80;        // a URL of a command: 79 characters and the NUL
-constexpr int kEscapedUrl = 1940;   // far more than any URL, and what follows it still fits the line
 constexpr long kLowestGain = -799;  // tenths of a dB; below it a fader is off
 
 using Run = void (*)(const char* line, int i);
@@ -125,8 +124,8 @@ void server_cmd(const char* line, int i) {
 
 LineBuffer fmt_call_indi(const char* url, char listen, char talk, const long* volume) {
   const auto known = [](char letter) { return static_cast<signed char>(letter) > 0; };
-  std::array<char, kEscapedUrl> escaped;
-  qnr_escape(escaped.data(), kEscapedUrl, url);
+  std::array<char, kEscapedUrlSize> escaped;
+  qnr_escape(escaped.data(), kEscapedUrlSize, url);
   LineBuffer text;
   TextWriter out(text);
   out.append("CALL URL:\"%s\"", escaped.data());

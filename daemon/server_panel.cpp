@@ -38,7 +38,6 @@ constexpr std::array<Module, 3> kModules{{
     {3, 10, 0, "FILMCAP=1\n"},
 }};
 constexpr int kKeysPerRow = 10;
-constexpr int kListedId = 1900;  // characters of an id that a line of the list has room for
 
 const Module* find_module(int type) {
   const auto found = std::find_if(kModules.begin(), kModules.end(),
@@ -191,7 +190,7 @@ int uilist_indi(char kind, int i, int fd) {
     if (panel == nullptr) continue;
     LineBuffer text;
     format_text(text, "%s HARKUI#%.*s.FP KEYS:\"%d-%d\" RADDR:\"%s\"\r\n", kind == 'R' ? "remove" : "add",
-                kListedId, panel->GetUIID().c_str(), panel->first_key(), panel->last_key(),
+                HarkUIProxy::kLongestShownId, panel->GetUIID().c_str(), panel->first_key(), panel->last_key(),
                 peer_text(server.slot(slot).addr).c_str());
     if (fd == -1) {
       qnrdb_indi(kAllConnections, "HARKUI", -1, text.data());

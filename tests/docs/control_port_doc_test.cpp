@@ -1,11 +1,8 @@
-// Every example of the documents runs against the real daemon, and the reference of the control port leaves
-// nothing out: each command, each error and each object of the sources stands in it, with an example.
+// The reference of the control port leaves nothing out: each command, each error and each object of the
+// sources stands in it, with an example.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
-#include <cctype>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -13,54 +10,12 @@
 
 #include "base/text.h"
 #include "docs/document.h"
-#include "docs/example_runner.h"
+#include "docs/source_text.h"
 
 namespace hark::test {
 namespace {
 
 constexpr std::string_view kReference = "docs/control-port.md";
-
-// The documents that have examples.
-constexpr std::array<std::string_view, 1> kDocuments{kReference};
-
-class ExamplesOf : public testing::TestWithParam<std::string_view> {};
-
-TEST_P(ExamplesOf, TheDocumentRunAsItShowsThem) {
-  const Document document = read_document(GetParam());
-  for (const Fault& fault : document.faults)
-    ADD_FAILURE_AT(document.path.c_str(), fault.line) << fault.reason;
-  EXPECT_FALSE(document.examples.empty());
-  for (const Example& example : document.examples)
-    run_example(document, example);
-}
-
-INSTANTIATE_TEST_SUITE_P(Documents, ExamplesOf, testing::ValuesIn(kDocuments), [](const auto& tested) {
-  std::string name(tested.param);
-  std::replace_if(
-      name.begin(), name.end(), [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; }, '_');
-  return name;
-});
-
-// What stands between each `open` and the next `close` behind it.
-std::vector<std::string> all_between(const std::string& text, std::string_view open, std::string_view close) {
-  std::vector<std::string> found;
-  std::size_t at = text.find(open);
-  while (at != std::string::npos) {
-    at += open.size();
-    const std::size_t end = text.find(close, at);
-    if (end == std::string::npos) break;
-    found.push_back(text.substr(at, end - at));
-    at = text.find(open, end + close.size());
-  }
-  return found;
-}
-
-// The table `name` of a source file, as far as its closing braces.
-std::string table_text(const std::string& source, const std::string& name) {
-  const std::size_t begin = source.find(" " + name + "{");
-  const std::size_t end = source.find("}};", begin);
-  return begin == std::string::npos || end == std::string::npos ? "" : source.substr(begin, end - begin);
-}
 
 // The sources of the product, one after the other.
 std::string product_text() {

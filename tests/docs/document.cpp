@@ -11,7 +11,8 @@ namespace hark::test {
 namespace {
 
 constexpr std::string_view kFence = "```";
-constexpr std::string_view kLanguage = "harkd";
+constexpr std::string_view kFileFence = "file ";
+constexpr std::string_view kSavedFence = "saved ";
 
 struct PeerName {
   std::string_view name;
@@ -82,36 +83,89 @@ std::optional<Step> parse_step(std::string_view text, int line) {
   return step;
 }
 
+std::optional<Language> language_of(std::string_view name) {
+  if (name == "harkd") return Language::kHarkd;
+  if (name == "panel") return Language::kPanel;
+  return std::nullopt;
+}
+
+// Reads a document line by line, and knows in what kind of block it is.
+class Reader {
+ public:
+  explicit Reader(Document& document) : document_(document) {}
+
+  void read(const std::string& line) {
+    ++number_;
+    if (line.starts_with(kFence)) {
+      fence(std::string_view(line).substr(kFence.size()));
+    } else if (block_ == Block::kTalk) {
+      read_step(line);
+    } else if (block_ == Block::kFile) {
+      file_.text += line + "\n";
+    }
+  }
+  void finish() {
+    if (block_ != Block::kNone) fault(number_, "a block has no end");
+    for (const Example& example : document_.examples) {
+      if (example.steps.empty()) fault(example.line, "an empty example");
+    }
+  }
+
+ private:
+  enum class Block { kNone, kTalk, kFile, kOther };
+
+  void fence(std::string_view name) {
+    if (block_ != Block::kNone) {
+      if (block_ == Block::kFile) keep_file();
+      block_ = Block::kNone;
+    } else if (const std::optional<Language> language = language_of(name)) {
+      block_ = Block::kTalk;
+      document_.examples.push_back({number_, *language, files_, {}, {}});
+    } else if (name.starts_with(kFileFence) || name.starts_with(kSavedFence)) {
+      block_ = Block::kFile;
+      file_is_result_ = name.starts_with(kSavedFence);
+      file_ = {number_, std::string(name.substr(name.find(' ') + 1)), {}};
+    } else {
+      block_ = Block::kOther;
+    }
+  }
+  void keep_file() {
+    if (file_.path.empty()) return fault(file_.line, "a file without a name");
+    if (file_is_result_) {
+      if (document_.examples.empty()) return fault(file_.line, "no example in front of it");
+      document_.examples.back().saved.push_back(file_);
+      return;
+    }
+    std::erase_if(files_, [this](const File& file) { return file.path == file_.path; });
+    files_.push_back(file_);
+  }
+  void read_step(const std::string& line) {
+    if (line.empty() || line.front() == '#') return;
+    if (std::optional<Step> step = parse_step(line, number_)) {
+      document_.examples.back().steps.push_back(std::move(*step));
+    } else {
+      fault(number_, "no step: " + line);
+    }
+  }
+  void fault(int line, std::string reason) { document_.faults.push_back({line, std::move(reason)}); }
+
+  Document& document_;
+  int number_ = 0;
+  Block block_ = Block::kNone;
+  std::vector<File> files_;
+  File file_;
+  bool file_is_result_ = false;
+};
+
 }  // namespace
 
 Document parse_document(std::string path, std::string text) {
   Document document{std::move(path), std::move(text), {}, {}};
+  Reader reader(document);
   std::istringstream lines(document.text);
-  enum { kOutside, kInExample, kInOther } where = kOutside;
-  int number = 0;
-  for (std::string line; std::getline(lines, line);) {
-    ++number;
-    if (line.starts_with(kFence)) {
-      if (where != kOutside) {
-        where = kOutside;
-      } else if (line.substr(kFence.size()) == kLanguage) {
-        where = kInExample;
-        document.examples.push_back({number, {}});
-      } else {
-        where = kInOther;
-      }
-    } else if (where == kInExample && !line.empty() && line.front() != '#') {
-      if (std::optional<Step> step = parse_step(line, number)) {
-        document.examples.back().steps.push_back(std::move(*step));
-      } else {
-        document.faults.push_back({number, "no step: " + line});
-      }
-    }
-  }
-  if (where != kOutside) document.faults.push_back({number, "a block has no end"});
-  for (const Example& example : document.examples) {
-    if (example.steps.empty()) document.faults.push_back({example.line, "an empty example"});
-  }
+  for (std::string line; std::getline(lines, line);)
+    reader.read(line);
+  reader.finish();
   return document;
 }
 

@@ -1,7 +1,11 @@
-// The examples of a document: fenced blocks of the language `harkd`, cut into steps that can be run against a
-// station. Here they are only read; example_runner.h runs them.
+// The examples of a document: fenced blocks of the languages `harkd` and `panel`, cut into steps that can be
+// run against a station, and the files that the station has. Here they are only read; example_runner.h runs
+// them.
 //
-// A block is a talk, a line each:
+// "```file etc/x" is a file under the station's root, for all examples behind it, until another block names
+// the same file. "```saved etc/x" is what that file holds once the example in front of it has run.
+//
+// The other two are a talk, a line each:
 //
 //   # text             a remark
 //   > text             the client sends this line
@@ -12,8 +16,10 @@
 //   3-7+ address       connections 3 to 7 are made, from this address (127.0.0.1 when there is none)
 //   routing> text      the routing daemon sends this line; routing< text: it gets this line, others before it
 //   console> text      the mixing console sends this line; console< text: it gets this line
+//   < ...              lines that are not shown, as far as the next one that is; 2< and console< likewise
 //
-// A line that comes ends in CR LF; `\n` at its end stands for one that ends in LF alone. What stands in
+// In a `harkd` block a line that comes ends in CR LF, and `\n` at its end stands for one that ends in LF
+// alone. In a `panel` block it ends in LF, and `\r\n` stands for one that ends in CR LF. What stands in
 // braces depends on the machine, see example_runner.cpp.
 #pragma once
 
@@ -35,9 +41,21 @@ struct Step {
   std::string text;
 };
 
-// One fenced block.
+// A file of the station.
+struct File {
+  int line = 0;  // of its fence
+  std::string path;
+  std::string text;
+};
+
+enum class Language { kHarkd, kPanel };
+
+// One talk.
 struct Example {
   int line = 0;  // of its fence
+  Language language = Language::kHarkd;
+  std::vector<File> files;  // what the station finds
+  std::vector<File> saved;  // what it leaves
   std::vector<Step> steps;
 };
 
@@ -54,6 +72,7 @@ struct Document {
 };
 
 inline constexpr int kMaxExampleConnections = 20;
+inline constexpr std::string_view kNotShown = "...";
 
 // Reads the examples of a text; `path` is only kept.
 [[nodiscard]] Document parse_document(std::string path, std::string text);

@@ -76,6 +76,51 @@ TEST(Documents, ReadEveryKindOfStep) {
   }
 }
 
+TEST(Documents, GiveAnExampleTheFilesInFrontOfIt) {
+  const Document document = parse_document("x.md",
+                                           "```file etc/a\n"
+                                           "one\n"
+                                           "\n"
+                                           "\ttwo\n"
+                                           "```\n"
+                                           "```harkd\n"
+                                           "> VER\n"
+                                           "```\n"
+                                           "```saved etc/a\n"
+                                           "# no step\n"
+                                           "```\n"
+                                           "```file etc/b\n"
+                                           "```\n"
+                                           "```file etc/a\n"
+                                           "three\n"
+                                           "```\n"
+                                           "```panel\n"
+                                           "> VER\n"
+                                           "```\n");
+  EXPECT_TRUE(document.faults.empty());
+  ASSERT_EQ(document.examples.size(), 2U);
+  const Example& first = document.examples[0];
+  EXPECT_EQ(first.language, Language::kHarkd);
+  ASSERT_EQ(first.files.size(), 1U);
+  EXPECT_EQ(first.files[0].line, 1);
+  EXPECT_EQ(first.files[0].path, "etc/a");
+  EXPECT_EQ(first.files[0].text, "one\n\n\ttwo\n");
+  ASSERT_EQ(first.saved.size(), 1U);
+  EXPECT_EQ(first.saved[0].text, "# no step\n");
+  const Example& second = document.examples[1];
+  EXPECT_EQ(second.language, Language::kPanel);
+  EXPECT_TRUE(second.saved.empty());
+  ASSERT_EQ(second.files.size(), 2U);
+  EXPECT_EQ(second.files[0].path, "etc/b");
+  EXPECT_EQ(second.files[0].text, "");
+  EXPECT_EQ(second.files[1].text, "three\n");
+}
+
+TEST(Documents, TellFilesWithoutANameOrAnExample) {
+  EXPECT_EQ(parse_document("x.md", "```file \nx\n```\n").faults.at(0).line, 1);
+  EXPECT_EQ(parse_document("x.md", "\n```saved a\nx\n```\n").faults.at(0).line, 2);
+}
+
 TEST(Documents, TellLinesThatAreNoStep) {
   for (const std::string line : {"VER", ">VER", ">", "<", " > VER", "0> VER", "21> VER", "2", "2-> VER",
                                  "7-2+", "2-3> VER", "routing", "routing+", "console* x", "mixer> x"}) {

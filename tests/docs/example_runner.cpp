@@ -52,7 +52,8 @@ int local_port(const Client& client) {
 // Sender and receiver for one example. A step that fails ends it.
 class ExampleRun {
  public:
-  ExampleRun() : sim_(sim_options()), station_(station_options(sim_.port())) {}
+  explicit ExampleRun(const Example& example)
+      : example_(example), sim_(sim_options()), station_(station_options(sim_.port())) {}
 
   testing::AssertionResult start();
   testing::AssertionResult run(const Step& step);
@@ -67,18 +68,30 @@ class ExampleRun {
   testing::AssertionResult expect(Client& client, const std::string& text);
   testing::AssertionResult expect_repeated(Client& client, const std::string& text);
   testing::AssertionResult flush();
+  testing::AssertionResult client_shown_all(int connection);
+  testing::AssertionResult console_shown_all();
+  testing::AssertionResult all_shown();
+  // The console's next line is `text`, or a later one when lines are not shown.
+  testing::AssertionResult console_expect(const std::string& text);
+  testing::AssertionResult files_are_saved();
 
   Client& client(int connection) { return clients_[static_cast<std::size_t>(connection - 1)]; }
   FakeConsole& console();
-  // The line that comes next, but for one that may come any number of times.
-  std::optional<std::string> next_line(Client& client);
+  bool& skips(const Client& client) { return skips_[static_cast<std::size_t>(&client - clients_.data())]; }
+  // The line that comes next, but for one that may come any number of times. `wanted` is looked for behind
+  // lines that are not shown.
+  std::optional<std::string> next_line(Client& client, const std::string& wanted);
+  std::string with_line_end(std::string text) const;
   // `text` with the values of this run in place of what stands in braces.
   std::string filled(std::string text, int connection);
   std::optional<std::string> value_of(std::string_view name, int connection);
 
+  const Example& example_;
   RoutingSim sim_;
   Station station_;
   std::array<Client, kMaxExampleConnections> clients_;
+  std::array<bool, kMaxExampleConnections> skips_{};  // lines that are not shown may come
+  bool console_skips_ = false;
   std::unique_ptr<FakeConsole> console_;
   std::size_t routing_seen_ = 0;
   std::size_t console_seen_ = 0;
@@ -90,6 +103,8 @@ class ExampleRun {
 
 testing::AssertionResult ExampleRun::start() {
   station_.write_sources(kSources);
+  for (const File& file : example_.files)
+    station_.root().write(file.path, file.text);
   if (auto started = station_.start(); !started) return started;
   if (auto mixer = sim_.wait_mixer(); !mixer) return mixer;
   Client probe(station_.ctrl_port());
@@ -156,25 +171,33 @@ testing::AssertionResult ExampleRun::client_step(const Step& step) {
   return testing::AssertionSuccess();
 }
 
-std::optional<std::string> ExampleRun::next_line(Client& client) {
+std::optional<std::string> ExampleRun::next_line(Client& client, const std::string& wanted) {
   std::optional<std::string> line = client.read_line_with_end();
-  if (repeating_ != &client) return line;
-  while (line && *line == repeated_)
+  const bool repeats = repeating_ == &client;
+  while (line && *line != wanted && (skips(client) || (repeats && *line == repeated_)))
     line = client.read_line_with_end();
-  repeating_ = nullptr;
+  if (repeats) repeating_ = nullptr;
+  skips(client) = false;
   return line;
 }
 
-std::string with_line_end(std::string text) {
-  if (!text.ends_with("\\n")) return text + "\r\n";
-  text.resize(text.size() - 2);
-  return text + "\n";
+std::string ExampleRun::with_line_end(std::string text) const {
+  const bool panel = example_.language == Language::kPanel;
+  const std::string_view other = panel ? "\\r\\n" : "\\n";
+  if (!text.ends_with(other)) return text + (panel ? "\n" : "\r\n");
+  text.resize(text.size() - other.size());
+  return text + (panel ? "\r\n" : "\n");
 }
 
 testing::AssertionResult ExampleRun::expect(Client& client, const std::string& text) {
+  if (text == kNotShown) {
+    skips(client) = true;
+    return testing::AssertionSuccess();
+  }
+  if (text == kClosed && client.wait_closed() && (skips(client) || !client.has_line()))
+    return testing::AssertionSuccess();
   const std::string wanted = with_line_end(text);
-  if (text == kClosed && client.wait_closed() && !client.has_line()) return testing::AssertionSuccess();
-  const std::optional<std::string> line = next_line(client);
+  const std::optional<std::string> line = next_line(client, wanted);
   if (line && *line == wanted) return testing::AssertionSuccess();
   auto failure = testing::AssertionFailure()
                  << "expected " << testing::PrintToString(wanted) << "\ngot      ";
@@ -220,37 +243,82 @@ FakeConsole& ExampleRun::console() {
 
 testing::AssertionResult ExampleRun::console_step(const Step& step) {
   FakeConsole& console = this->console();
+  const std::string text = filled(step.text, 1);
   if (step.action == Action::kSend) {
-    if (console.send_line(step.text)) return testing::AssertionSuccess();
+    if (console.send_line(text)) return testing::AssertionSuccess();
     return testing::AssertionFailure() << "the station is not connected to the console";
   }
-  const auto& lines = console.lines();
-  if (!wait_until([&] { return lines.size() > console_seen_; })) {
-    return testing::AssertionFailure() << "the console got nothing";
+  if (text == kNotShown) {
+    console_skips_ = true;
+    return testing::AssertionSuccess();
   }
-  const std::string& line = lines[console_seen_++];
-  if (line == step.text) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << "the console got " << line;
+  return console_expect(text);
+}
+
+testing::AssertionResult ExampleRun::console_expect(const std::string& text) {
+  const auto& lines = console().lines();
+  const bool skips = std::exchange(console_skips_, false);
+  std::string last = "nothing";
+  while (wait_until([&] { return lines.size() > console_seen_; })) {
+    last = lines[console_seen_++];
+    if (last == text) return testing::AssertionSuccess();
+    if (!skips) break;
+  }
+  return testing::AssertionFailure() << "expected " << testing::PrintToString(text) << "\nthe console got "
+                                     << testing::PrintToString(last);
+}
+
+testing::AssertionResult ExampleRun::client_shown_all(int connection) {
+  Client& client = this->client(connection);
+  const bool closed = client.wait_closed(0);
+  if (skips(client) || (closed && !client.has_line())) return testing::AssertionSuccess();
+  if (!closed) (void)client.send_line(kPing);
+  const std::optional<std::string> line = next_line(client, kPong);
+  if (!closed && line && *line == kPong) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "not shown on connection " << connection << ": "
+                                     << testing::PrintToString(line.value_or("(nothing)"));
+}
+
+// A console may ask as a client does; what it is told before the answer was not shown.
+testing::AssertionResult ExampleRun::console_shown_all() {
+  if (!console_ || !console_->connected() || console_skips_) return testing::AssertionSuccess();
+  if (!console_->send_line(kPing)) return testing::AssertionFailure() << "could not send to the station";
+  return console_expect(without_line_end(kPong));
+}
+
+testing::AssertionResult ExampleRun::all_shown() {
+  // The console first: what it has sent may reach the clients.
+  if (auto shown = console_shown_all(); !shown) return shown;
+  for (int connection = 1; connection <= kMaxExampleConnections; ++connection) {
+    if (!client(connection).connected()) continue;
+    if (auto shown = client_shown_all(connection); !shown) return shown;
+  }
+  return testing::AssertionSuccess();
+}
+
+testing::AssertionResult ExampleRun::files_are_saved() {
+  for (const File& file : example_.saved) {
+    const std::string text = station_.root().read(file.path);
+    if (text == file.text) continue;
+    return testing::AssertionFailure() << file.path << " of line " << file.line << " holds\n" << text;
+  }
+  return testing::AssertionSuccess();
 }
 
 testing::AssertionResult ExampleRun::finish() {
   if (auto flushed = flush(); !flushed) return flushed;
-  for (Client& client : clients_) {
-    if (!client.connected()) continue;
-    const bool closed = client.wait_closed(0);
-    if (!closed) (void)client.send_line(kPing);
-    if (closed && !client.has_line()) continue;
-    const std::optional<std::string> line = next_line(client);
-    if (!closed && line && *line == kPong) continue;
-    return testing::AssertionFailure() << "not shown: " << testing::PrintToString(line.value_or("(nothing)"));
+  // Twice: panels are told at the end of a pass, which may be behind the first answer.
+  for (int times = 0; times < 2; ++times) {
+    if (auto shown = all_shown(); !shown) return shown;
   }
+  if (auto saved = files_are_saved(); !saved) return saved;
   if (auto sound = sim_.refused_nothing(); !sound) return sound;
   return station_.ends_clean();
 }
 
 // What may stand in braces: {port}, {port2}: the client's own port, of this connection or of the one named;
-// {console}: the console's port; {host}: the machine's name; {blank}: a blank, at the end of a line; {9 times
-// x}: as many of them.
+// {console}: the console's port; {host}: the machine's name; {blank}: a blank, at the end of a line; {x81}: a
+// byte that is no text; {9 times x}: as many of them.
 std::optional<std::string> ExampleRun::value_of(std::string_view name, int connection) {
   constexpr std::string_view kPort = "port";
   if (name == "blank") return " ";
@@ -261,6 +329,10 @@ std::optional<std::string> ExampleRun::value_of(std::string_view name, int conne
     return host.data();
   }
   int number = connection;
+  if (name.size() == 3 && name.starts_with('x')) {
+    if (std::from_chars(name.data() + 1, name.data() + 3, number, 16).ec != std::errc()) return std::nullopt;
+    return std::string(1, static_cast<char>(number));
+  }
   if (name.starts_with(kPort)) {
     const std::string_view digits = name.substr(kPort.size());
     (void)std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -285,7 +357,7 @@ std::string ExampleRun::filled(std::string text, int connection) {
 }  // namespace
 
 void run_example(const Document& document, const Example& example) {
-  ExampleRun run;
+  ExampleRun run(example);
   if (const auto started = run.start(); !started) {
     ADD_FAILURE_AT(document.path.c_str(), example.line) << started.message();
     return;

@@ -82,8 +82,8 @@ TEST_F(Dispatch, PanelLinesWantAPanel) {
     SCOPED_TRACE(line);
     Client client = Connect();
     EXPECT_THAT(answers(client, line), ElementsAre(kBadCommand));
-    EXPECT_THAT(answers(client, "ATTACH HARKUI#p KEYS:\"1-4\""), ElementsAre());
-    EXPECT_THAT(answers(client, line), ElementsAre());
+    EXPECT_THAT(replies(client, "ATTACH HARKUI#p KEYS:\"1-4\""), ElementsAre());
+    EXPECT_THAT(replies(client, line), ElementsAre());
     client.close();
     ASSERT_TRUE(wait_until([&] { return station.root().read("var/run/uilist").empty(); }));
   }

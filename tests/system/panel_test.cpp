@@ -48,7 +48,7 @@ TEST_F(Panels, GoodRangesOfKeysAttach) {
            Row{"ATTACH HARKUI#p AANS:1 KEYS 11-12", "11-12"},
        }) {
     SCOPED_TRACE(row.line);
-    EXPECT_THAT(answers(client, row.line), ElementsAre());
+    EXPECT_THAT(replies(client, row.line), ElementsAre());
     EXPECT_EQ(UiList(), Listed(client, row.keys));
   }
 }
@@ -56,7 +56,7 @@ TEST_F(Panels, GoodRangesOfKeysAttach) {
 // Its own removal was once sent to the socket that had just been closed, and logged as a failed send.
 TEST_F(Panels, OneThatSubscribedToPanelsLeavesWithoutAWordInTheLog) {
   ASSERT_TRUE(client.send_line("SUB HARKUI"));
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#p KEYS:\"1-5\""), ElementsAre(Told("add", "p", client, "1-5")));
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#p KEYS:\"1-5\""), ElementsAre(Told("add", "p", client, "1-5")));
   client.close();
   Client other = Connect();
   EXPECT_TRUE(wait_until([&] { return UiList().empty(); }));
@@ -77,22 +77,22 @@ TEST_F(Panels, BadRangesOfKeysDoNot) {
            "ATTACH HARKUI#p NOKEYS:\"1-4\"",
        }) {
     SCOPED_TRACE(line);
-    EXPECT_THAT(answers(client, line), ElementsAre(kBadCommand));
+    EXPECT_THAT(replies(client, line), ElementsAre(kBadCommand));
     EXPECT_EQ(UiList(), "");
   }
 }
 
 TEST_F(Panels, AreToldToSubscribersAndListedForWhoAsks) {
   Client listener = Connect("127.0.0.2");
-  EXPECT_THAT(answers(listener, "HARKUI"), ElementsAre());
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#left KEYS:\"1-20\""), ElementsAre());
+  EXPECT_THAT(replies(listener, "HARKUI"), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#left KEYS:\"1-20\""), ElementsAre());
   EXPECT_TRUE(listener.expect_line(Told("add", "left", client, "1-20")));
   Client other = Connect("127.0.0.3");
-  EXPECT_THAT(answers(other, "ATTACH HARKUI#right KEYS:\"21-40\""), ElementsAre());
+  EXPECT_THAT(replies(other, "ATTACH HARKUI#right KEYS:\"21-40\""), ElementsAre());
   EXPECT_TRUE(listener.expect_line(Told("add", "right", other, "21-40", "127.0.0.3")));
 
   EXPECT_EQ(UiList(), Listed(client, "1-20") + Listed(other, "21-40", "127.0.0.3"));
-  EXPECT_THAT(answers(listener, "HARKUI"), ElementsAre(Told("add", "left", client, "1-20"),
+  EXPECT_THAT(replies(listener, "HARKUI"), ElementsAre(Told("add", "left", client, "1-20"),
                                                        Told("add", "right", other, "21-40", "127.0.0.3")));
 
   const std::string removed = Told("remove", "left", client, "1-20");
@@ -103,31 +103,31 @@ TEST_F(Panels, AreToldToSubscribersAndListedForWhoAsks) {
 }
 
 TEST_F(Panels, OneConnectionHasOnePanelAtMost) {
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#a KEYS:\"1-20\""), ElementsAre());
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#b KEYS:\"3-4\""), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#a KEYS:\"1-20\""), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#b KEYS:\"3-4\""), ElementsAre());
   EXPECT_EQ(UiList(), Listed(client, "3-4"));
   Client listener = Connect("127.0.0.2");
-  EXPECT_THAT(answers(listener, "HARKUI"), ElementsAre(Told("add", "b", client, "3-4")));
+  EXPECT_THAT(replies(listener, "HARKUI"), ElementsAre(Told("add", "b", client, "3-4")));
 }
 
 TEST_F(Panels, ABadAttachLeavesThePanelThatIsThere) {
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#a KEYS:\"1-20\""), ElementsAre());
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#b KEYS:\"5-4\""), ElementsAre(kBadCommand));
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#a KEYS:\"1-20\""), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#b KEYS:\"5-4\""), ElementsAre(kBadCommand));
   EXPECT_EQ(UiList(), Listed(client, "1-20"));
 }
 
 TEST_F(Panels, LongIdsAreTaken) {
   const std::string id(1500, 'i');
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#" + id + " KEYS:\"1-2\""), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#" + id + " KEYS:\"1-2\""), ElementsAre());
   EXPECT_EQ(UiList(), Listed(client, "1-2"));
 }
 
 // The line that told of such a panel once came without its end, and the next text was taken for a part of it.
 TEST_F(Panels, LongestIdIsToldInALineOfItsOwn) {
   Client listener = Connect("127.0.0.2");
-  EXPECT_THAT(answers(listener, "HARKUI"), ElementsAre());
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#" + std::string(1970, 'i') + " KEYS:1"), ElementsAre());
-  const Lines told = answers(listener, "#");
+  EXPECT_THAT(replies(listener, "HARKUI"), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#" + std::string(1970, 'i') + " KEYS:1"), ElementsAre());
+  const Lines told = replies(listener, "#");
   ASSERT_EQ(told.size(), 1U);
   EXPECT_EQ(told[0].substr(0, 100), "add HARKUI#" + std::string(89, 'i'));
 }
@@ -135,12 +135,12 @@ TEST_F(Panels, LongestIdIsToldInALineOfItsOwn) {
 TEST_F(Panels, SixteenPanelsAreListed) {
   std::vector<Client> crowd;
   std::string want = Listed(client, "1-1");
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#0 KEYS:\"1-1\""), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#0 KEYS:\"1-1\""), ElementsAre());
   for (int i = 1; i < 16; ++i) {
     const std::string host = "127.0.2." + std::to_string(i);
     const std::string keys = std::to_string(i) + "-" + std::to_string(i + 1);
     crowd.push_back(Connect(host));
-    EXPECT_THAT(answers(crowd.back(), "ATTACH HARKUI#" + std::to_string(i) + " KEYS:\"" + keys + "\""),
+    EXPECT_THAT(replies(crowd.back(), "ATTACH HARKUI#" + std::to_string(i) + " KEYS:\"" + keys + "\""),
                 ElementsAre());
     want += Listed(crowd.back(), keys, host);
   }

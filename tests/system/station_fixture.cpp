@@ -8,11 +8,11 @@ namespace hark::test {
 namespace {
 
 // Lines of the log that any test may cause: clients come and go, a machine under load is late, a test may
-// leave out the settings file.
-constexpr std::array<std::string_view, 5> kDailyLog = {
+// leave out the settings file, a call may teach the station a label.
+constexpr std::array<std::string_view, 6> kDailyLog = {
     "]: connected ",         "]: disconnected connection id: ",
     "]: SIGTERM received",   "]: configuration file not found",
-    "]: GPIO scan latency ",
+    "]: GPIO scan latency ", "]: Updated ",
 };
 
 bool holds_any(const std::string& line, const auto& parts) {
@@ -39,6 +39,14 @@ Lines answers(Client& client, std::string_view line) {
     if (!answer || *answer == kVersion) return got;
     got.push_back(std::move(*answer));
   }
+}
+
+Lines replies(Client& client, std::string_view line) {
+  Lines got = answers(client, line);
+  std::erase_if(got, [](const std::string& text) {
+    return text.starts_with("set HARKUI#") || text.starts_with("SET Intercom");
+  });
+  return got;
 }
 
 void let_it_settle(Client& client) {

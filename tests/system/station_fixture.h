@@ -34,6 +34,9 @@ using Lines = std::vector<std::string>;
 // Sends the line and VER behind it: the lines that come before the answer to VER.
 [[nodiscard]] Lines answers(Client& client, std::string_view line);
 
+// The same without what a panel on that connection is sent to show.
+[[nodiscard]] Lines replies(Client& client, std::string_view line);
+
 // As many whole turns of the station's loop as make sure that whatever came before has been worked off: a
 // question and its answer take one, what follows from a command is done by the end of the same.
 void let_it_settle(Client& client);

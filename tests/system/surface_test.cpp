@@ -18,7 +18,7 @@ class Surface : public StationTest {
   }
   // Any connection may report a module.
   void Report(const std::string& type) {
-    EXPECT_THAT(answers(client, "INDI Intercom type=" + type), ElementsAre());
+    EXPECT_THAT(replies(client, "INDI Intercom type=" + type), ElementsAre());
   }
   [[nodiscard]] std::string Module() const { return station.root().read("var/run/harkui"); }
   [[nodiscard]] std::string UiList() const { return station.root().read("var/run/uilist"); }
@@ -85,7 +85,7 @@ TEST_F(Surface, TheSameTypeAgainChangesNothing) {
 
 TEST_F(Surface, ChangesOfTheModuleAreTold) {
   Client listener = Connect("127.0.0.2");
-  EXPECT_THAT(answers(listener, "SUB HARKUI"), ElementsAre());
+  EXPECT_THAT(replies(listener, "SUB HARKUI"), ElementsAre());
   const auto told = [&](const std::string& verb, const std::string& keys) {
     return verb + " HARKUI#1.FP KEYS:\"" + keys + "\" RADDR:\"" + Peer() + "\"";
   };
@@ -96,11 +96,11 @@ TEST_F(Surface, ChangesOfTheModuleAreTold) {
   EXPECT_TRUE(listener.expect_line(told("add", "1-10")));
   Report("-1");
   EXPECT_TRUE(listener.expect_line(told("remove", "1-10")));
-  EXPECT_THAT(answers(listener, "#"), ElementsAre());
+  EXPECT_THAT(replies(listener, "#"), ElementsAre());
 }
 
 TEST_F(Surface, AModuleTakesThePlaceOfANetworkPanel) {
-  EXPECT_THAT(answers(client, "ATTACH HARKUI#p KEYS:\"5-6\""), ElementsAre());
+  EXPECT_THAT(replies(client, "ATTACH HARKUI#p KEYS:\"5-6\""), ElementsAre());
   Report("2");
   EXPECT_EQ(UiList(), Listed("1-10"));
 }
@@ -111,7 +111,7 @@ TEST_F(Surface, OtherLinesOfAConsoleChangeNothing) {
   for (const char* line : {"INDI Intercom TYPE=1", "INDI Intercom  type=1", "EVENT Intercom talk=ON",
                            "INDI Intercomtype=1", "EVENT FaCH#3 type=1", "INDI Intercom type"}) {
     SCOPED_TRACE(line);
-    EXPECT_THAT(answers(client, line), ElementsAre());
+    EXPECT_THAT(replies(client, line), ElementsAre());
     EXPECT_EQ(Module(), file);
   }
 }
