@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# One station beside a simulated routing daemon, from a clean clone: installs what is missing, builds, starts both, makes
-# a listen and a talk call on the control port, shows what the mixer does, drops the calls. `--keep` leaves the station
-# running and tells how to talk to it. Needs no root, but for installing packages.
+# One station beside a simulated routing daemon and a simulated mixing console, from a clean clone: installs what is
+# missing, builds, starts them, makes a listen and a talk call on the control port, shows what the mixer does, drops the
+# calls; then the same from the keys of the console's key module. `--keep` leaves the station running and tells how to
+# talk to it. Needs no root, but for installing packages.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -43,11 +44,25 @@ wait_for() {
   fail "waited in vain for: $text"
 }
 
-# Shows what the mixer printed since the last time.
+# Shows what the mixer and the console printed since the last time.
 shown=0
 show_mixer() {
-  tail -n +$((shown + 1)) "$root/mixer.log" | sed 's/^/   mixer | /'
+  tail -n +$((shown + 1)) "$root/mixer.log" |
+    sed -E '/^(Intercom|FaCH|key module|[0-9]| )|console/s/^/   console | /;t;s/^/   mixer | /'
   shown=$(wc -l <"$root/mixer.log")
+}
+
+# The operator at the console, or a far contact at the routing daemon, does something; waits for what it brings about,
+# in the lines that were not shown yet.
+operate() {
+  local line=$1 answer=$2
+  echo "   # $line"
+  echo "$line" >&4
+  for _ in $(seq 200); do
+    tail -n +$((shown + 1)) "$root/mixer.log" | grep -qF -- "$answer" && { show_mixer; return 0; }
+    sleep 0.05
+  done
+  fail "waited in vain for: $answer"
 }
 
 # Sends a line on the control port, and shows what comes back up to the text that answers it.
@@ -68,15 +83,26 @@ say "Building a release"
 cmake --preset release -DHARK_BENCH=OFF >/dev/null
 cmake --build --preset release --target harkd quillsim | tail -n 1
 
-say "Starting a simulated routing daemon, and a station under $root"
+say "Starting a simulated routing daemon with a console, and a station under $root"
 mkdir -p "$root"/etc/Orfe/hark "$root"/etc/Orfe/EngConf "$root"/var/run "$root"/var/tmp
+cat >"$root/etc/Orfe/hark/harkch.conf" <<'END'
+HARKCH 1 LABL:"Ext 1"
+HARKCH 2 LABL:"News"
+HARKCH 3 LABL:"Gate"
+END
+cat >"$root/etc/Orfe/hark/hark_sources" <<'END'
+"Ext 1" <quillnet:239.192.0.7>;trgl=2;gpio=1;gpiot=2
+"News" <quillnet:239.192.0.8>;trgl=4
+"Gate" <quillnet:239.192.0.9>;trgl=2;gpio=3;gpiol=1;gpiot=2
+END
 mkfifo "$root/sim.in"
-"$build"/tools/quillsim/quillsim --listen 127.0.0.1:0 --strict \
+"$build"/tools/quillsim/quillsim --listen 127.0.0.1:0 --strict --console 1 \
   --greet 'HARK LABL:"Studio A" TRGL:4' --greet 'SRC 1 PSNM:"Studio A" RTPA:"239.192.0.77"' \
-  <"$root/sim.in" >"$root/mixer.log" 2>&1 &
+  <>"$root/sim.in" >"$root/mixer.log" 2>&1 &
 sim_pid=$!
 exec 4>"$root/sim.in"
-wait_for "$root/mixer.log" "127.0.0.1:"
+echo 'module none' >&4  # the operator's place is empty until the calls of the control port are over
+wait_for "$root/mixer.log" 'console has no key module'
 sim_port=$(grep -oE '127\.0\.0\.1:[0-9]+' "$root/mixer.log" | head -n 1 | cut -d: -f2)
 
 HARK_ROOT=$root "$build"/daemon/harkd -debug -i none0 -sip_ip 127.0.0.1 -ctrl_port "$ctrl_port" \
@@ -106,6 +132,23 @@ echo show >&4
 sleep 0.2
 show_mixer
 
+say "A key module is plugged in at the console: the displays get the labels of the channel file"
+operate 'module 1' 'Intercom.menu list='
+
+say "Listen to News (key 4 is the listen key of channel 2), talk to Ext 1 (key 1), and both off again"
+operate 'press 4' 'Intercom listen=ON'
+operate 'press 1' 'Intercom talk=ON'
+operate draw '> - Assign'
+operate 'press 4' 'Intercom listen=OFF'
+operate 'press 1' 'Intercom talk=OFF'
+
+say "The contact of Gate, which may not be answered by itself, closes: its listen key flashes until it is held"
+operate 'GPO 4 Lhhhh' 'Intercom.btn#6 IND=FLASH'
+operate 'hold 6' 'Intercom listen=ON'
+echo "   ... Gate lets go: the key flashes fast, for 5 s or until it is released"
+operate 'GPO 4 Hhhhh' 'Intercom listen=OFF'
+operate 'release 6' 'Intercom.btn#6 IND=OFF'
+
 if $keep; then
   say "The station is running (process $station_pid). Talk to it with any TCP client, from this or another shell:"
   cat <<END
@@ -113,7 +156,8 @@ if $keep; then
    exec 3<>/dev/tcp/127.0.0.1/$ctrl_port; printf 'CALL URL:"quillnet:239.192.4.210" LISTEN:1\r\n' >&3
    nc 127.0.0.1 $ctrl_port          (Debian's package netcat-openbsd)
 
-   what the mixer does: tail -f $root/mixer.log
+   what mixer and console do: tail -f $root/mixer.log
+   to press a key:      echo 'press 4' >$root/sim.in; echo draw >$root/sim.in
    to stop it:          kill $station_pid $sim_pid; rm -r $root
 END
   disown "$station_pid" "$sim_pid"

@@ -48,6 +48,23 @@ TEST(Options, SupervisorLineHoldsWhatIsGiven) {
             "INDI SUPV CONSOLE_IP:10.0.0.1 DEVICE_TYPE:\"X\"");
 }
 
+TEST(Options, ConsoleIsNamedOnceItsPortIsKnown) {
+  Options options = parsed({"--console", "3", "--console-port", "4020", "--draw", "--device-type", "X"});
+  EXPECT_EQ(options.console_type, 3);
+  EXPECT_EQ(options.console_port, 4020);
+  EXPECT_TRUE(options.draw);
+  announce_console(options, 4021);
+  EXPECT_EQ(options.sim.supv_line, "INDI SUPV CONSOLE_IP:127.0.0.1:4021 DEVICE_TYPE:\"X\"");
+
+  Options elsewhere = parsed({"--console", "1", "--listen", "127.0.0.2:0"});
+  announce_console(elsewhere, 4021);
+  EXPECT_EQ(elsewhere.console_ip, "127.0.0.2:4021");
+  Options anywhere = parsed({"--console", "1", "--listen", "0.0.0.0:0"});
+  announce_console(anywhere, 4021);
+  EXPECT_EQ(anywhere.console_ip, "127.0.0.1:4021");
+  EXPECT_EQ(parsed({}).console_type, std::nullopt);
+}
+
 TEST(Options, BadWordsAreNamed) {
   const std::vector<std::vector<std::string>> rows = {
       {"4010"},
@@ -63,6 +80,14 @@ TEST(Options, BadWordsAreNamed) {
       {"--greet", "hello"},
       {"--wait-limit", "0"},
       {"--wait-limit", "1s"},
+      {"--console"},
+      {"--console", "0"},
+      {"--console", "4"},
+      {"--console", "one"},
+      {"--console-port", "65536", "--console", "1"},
+      {"--console-port", "4020"},
+      {"--draw"},
+      {"--console", "1", "--console-ip", "10.0.0.1"},
   };
   for (const auto& row : rows) {
     Options options;
@@ -73,7 +98,8 @@ TEST(Options, BadWordsAreNamed) {
 TEST(Options, UsageNamesEveryOptionAndDirective) {
   const std::string usage = usage_text();
   for (const char* word : {"--listen", "--script", "--device-type", "--console-ip", "--greet", "--wait-limit",
-                           "--strict", "--help", "wait MS", "wait-for", "show", "close", "quit"}) {
+                           "--console", "--console-port", "--draw", "--strict", "--help", "press N",
+                           "wait MS", "wait-for", "show", "close", "quit"}) {
     EXPECT_THAT(usage, HasSubstr(word));
   }
 }

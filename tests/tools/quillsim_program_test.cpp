@@ -141,6 +141,47 @@ TEST(QuillsimProgram, RunsAScriptAndGoesOn) {
   EXPECT_EQ(program.Signal(SIGTERM), 0);
 }
 
+TEST(QuillsimProgram, PlaysAConsoleThatItNamesToTheStation) {
+  Program program({"--listen", "127.0.0.1:0", "--console", "2", "--draw", "--strict"});
+  Client station(program.Port());
+  ASSERT_TRUE(station.send_line("get supv state"));
+  const std::string line = station.read_line().value_or("");
+  const std::string head = "INDI SUPV CONSOLE_IP:127.0.0.1:";
+  ASSERT_THAT(line, testing::StartsWith(head));
+  Client panel(std::atoi(line.c_str() + head.size()));
+  ASSERT_TRUE(panel.ask("GET Intercom type", "INDI Intercom type=2"));
+  ASSERT_TRUE(panel.send_raw("SUB Intercom\r\nSET Intercom.btn#1 IND=FLASH\n"));
+  EXPECT_TRUE(program.Prints("Intercom.btn#1 IND=FLASH  (talk 1)\n"));
+  EXPECT_TRUE(program.Prints("console |  1             T:flash  L:off\n"));
+  program.Type("wait-lamp 1 FLASH\npress 1\n");
+  EXPECT_TRUE(panel.expect_line("EVENT Intercom.btn#1 KEY=DOWN"));
+  EXPECT_TRUE(panel.expect_line("EVENT Intercom.btn#1 KEY=UP"));
+  program.Type("quit\n");
+  EXPECT_EQ(program.WaitExit(), 0);
+}
+
+TEST(QuillsimProgram, StrictCountsTheMistakesAtTheConsole) {
+  Program program({"--listen", "127.0.0.1:0", "--console", "1", "--strict"});
+  const std::string head = "console listening on 127.0.0.1:";
+  ASSERT_GT(program.Port(), 0);
+  ASSERT_TRUE(wait_until(
+      [&] { return program.Out().ends_with("\n") && program.Out().find(head) != std::string::npos; }));
+  const std::string out = program.Out();
+  Client panel(std::atoi(out.c_str() + out.find(head) + head.size()));
+  ASSERT_TRUE(panel.send_line("nonsense"));
+  ASSERT_TRUE(program.Prints("REFUSED by the console: no such command of a console: nonsense"));
+  EXPECT_EQ(program.Signal(SIGTERM), 1);
+}
+
+TEST(QuillsimProgram, APortThatIsTakenEndsIt) {
+  Program first({"--listen", "127.0.0.1:0"});
+  const int port = first.Port();
+  ASSERT_GT(port, 0);
+  Program second({"--listen", "127.0.0.1:0", "--console", "1", "--console-port", std::to_string(port)});
+  EXPECT_EQ(second.WaitExit(), 1);
+  EXPECT_THAT(second.Err(), HasSubstr("cannot listen on 127.0.0.1:" + std::to_string(port)));
+}
+
 TEST(QuillsimProgram, StrictTellsMistakesByItsStatus) {
   for (const bool strict : {false, true}) {
     std::vector<std::string> words = {"--listen", "127.0.0.1:0"};

@@ -1,5 +1,6 @@
-// The program quillsim: one loop over the station, the script and the signals that end it. What it prints on
-// standard output is for people and for scripts that wait for a line, so each line goes out at once.
+// The program quillsim: one loop over the station at the routing daemon and at the console, the script and
+// the signals that end it. What it prints on standard output is for people and for scripts that wait for a
+// line, so each line goes out at once.
 
 #include <sys/select.h>
 #include <unistd.h>
@@ -13,17 +14,22 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "base/fd.h"
+#include "tools/quillsim/console.h"
 #include "tools/quillsim/options.h"
+#include "tools/quillsim/screen.h"
 #include "tools/quillsim/script.h"
 #include "tools/quillsim/sim.h"
 
 namespace {
 
+using quillsim::Console;
 using quillsim::Options;
+using quillsim::Screen;
 using quillsim::Script;
 using quillsim::Sim;
 
@@ -36,8 +42,8 @@ volatile std::sig_atomic_t g_stop = 0;
 
 void on_stop_signal(int) { g_stop = 1; }
 
-void print_line(const std::string& line) {
-  (void)std::fprintf(stdout, "%s\n", line.c_str());
+void write_out(const std::string& bytes) {
+  (void)std::fwrite(bytes.data(), 1, bytes.size(), stdout);
   (void)std::fflush(stdout);
 }
 
@@ -107,64 +113,103 @@ class StandardInput {
   std::string partial_;
 };
 
-// How long the loop may sleep: until the script is due; at most a second, which no case depends on.
-timespec sleep_time(const Script& script) {
+// What runs in the loop. Those that are not asked for are none.
+struct Parts {
+  Sim& sim;
+  std::optional<Console>& console;
+  std::optional<Screen>& screen;
+  Script& script;
+};
+
+// How long the loop may sleep: until the script or the screen is due; at most a second, which no case depends
+// on.
+timespec sleep_time(const Parts& parts) {
   using std::chrono::nanoseconds;
   nanoseconds left = std::chrono::seconds(1);
-  if (const auto due = script.due()) {
-    left = std::clamp<nanoseconds>(*due - std::chrono::steady_clock::now(), nanoseconds(0), left);
-  }
+  const auto now = std::chrono::steady_clock::now();
+  const auto wake = [&](const std::optional<Script::Time>& due) {
+    if (due) left = std::clamp<nanoseconds>(*due - now, nanoseconds(0), left);
+  };
+  wake(parts.script.due());
+  if (parts.screen) wake(parts.screen->due());
   timespec time{};
   time.tv_sec = static_cast<time_t>(left.count() / 1'000'000'000);
   time.tv_nsec = static_cast<long>(left.count() % 1'000'000'000);
   return time;
 }
 
-void run_loop(Sim& sim, Script& script, StandardInput& input, const sigset_t& open_signals) {
+void run_loop(const Parts& parts, StandardInput& input, const sigset_t& open_signals) {
   while (g_stop == 0) {
-    script.run(std::chrono::steady_clock::now());
-    if (script.quit()) return;
-    sim.forget_records();
+    const auto now = std::chrono::steady_clock::now();
+    parts.script.run(now);
+    if (parts.screen) parts.screen->paint(now);
+    if (parts.script.quit()) return;
+    parts.sim.forget_records();
+    if (parts.console) parts.console->forget_records();
 
     fd_set read;
     fd_set write;
     FD_ZERO(&read);
     FD_ZERO(&write);
     int highest = -1;
-    sim.fill(read, write, highest);
+    parts.sim.fill(read, write, highest);
+    if (parts.console) parts.console->fill(read, write, highest);
     (void)hark::fdset_add(input.fd(), read, highest);
-    const timespec timeout = sleep_time(script);
+    const timespec timeout = sleep_time(parts);
     if (::pselect(highest + 1, &read, &write, nullptr, &timeout, &open_signals) <= 0) continue;
-    sim.serve(read, write);
-    if (hark::fdset_has(input.fd(), read)) input.read(script);
+    parts.sim.serve(read, write);
+    if (parts.console) parts.console->serve(read, write);
+    if (hark::fdset_has(input.fd(), read)) input.read(parts.script);
   }
 }
 
-int run(const Options& options) {
+// The port that it listens on; -1 with a complaint.
+template <typename Server>
+int start_listening(Server& server, const std::string& address, int port) {
+  const int got = server.listen(address, port);
+  if (got < 0) {
+    complain("cannot listen on " + address + ":" + std::to_string(port) + ": " + std::strerror(errno));
+  }
+  return got;
+}
+
+int run(Options options) {
   sigset_t open_signals;
   catch_signals(open_signals);
 
+  std::optional<Console> console;
+  std::optional<Screen> screen;
+  const auto print = [&screen](const std::string& line) {
+    if (screen) return screen->print(line);
+    write_out(line + "\n");
+  };
   Script* listener = nullptr;
-  Sim sim(options.sim, [&listener](const std::string& line) {
-    print_line(line);
+  const auto print_for_script = [&](const std::string& line) {
+    print(line);
     if (listener != nullptr) listener->note_printed(line);
-  });
-  Script script(sim, print_line, complain, options.wait_limit);
+  };
+
+  if (options.console_type) {
+    console.emplace(*options.console_type, print_for_script);
+    const int port = start_listening(*console, options.address, options.console_port);
+    if (port < 0) return kExitFailed;
+    announce_console(options, port);
+    if (options.draw) screen.emplace(*console, ::isatty(STDOUT_FILENO) == 1, write_out);
+  }
+  Sim sim(options.sim, print_for_script);
+  Script script(sim, console ? &*console : nullptr, print, complain, options.wait_limit);
   listener = &script;
   if (!options.script.empty() && !load_script(options.script, script)) return kExitFailed;
 
-  const int port = sim.listen(options.address, options.port);
-  if (port < 0) {
-    complain("cannot listen on " + options.address + ":" + std::to_string(options.port) + ": " +
-             std::strerror(errno));
-    return kExitFailed;
-  }
-  print_line("listening on " + options.address + ":" + std::to_string(port));
+  const int port = start_listening(sim, options.address, options.port);
+  if (port < 0) return kExitFailed;
+  print("listening on " + options.address + ":" + std::to_string(port));
+  if (console) print("console listening on " + options.console_ip);
 
   StandardInput input(options.script.empty());
-  run_loop(sim, script, input, open_signals);
-  const bool faults = sim.ever_refused() || script.failures() > 0;
-  return options.strict && faults ? kExitFailed : kExitOk;
+  run_loop({sim, console, screen, script}, input, open_signals);
+  const bool refused = sim.ever_refused() || (console && console->ever_refused());
+  return options.strict && (refused || script.failures() > 0) ? kExitFailed : kExitOk;
 }
 
 }  // namespace
@@ -180,5 +225,5 @@ int main(int argc, char** argv) {
     (void)std::fputs(quillsim::usage_text().c_str(), stdout);
     return kExitOk;
   }
-  return run(options);
+  return run(std::move(options));
 }

@@ -80,6 +80,15 @@ std::optional<std::string> Scanner::quoted() {
   return std::nullopt;
 }
 
+std::string_view Scanner::word() {
+  std::size_t end = 0;
+  while (end < rest_.size() && ((rest_[end] >= 'A' && rest_[end] <= 'Z') || rest_[end] == '_'))
+    ++end;
+  const std::string_view word = rest_.substr(0, end);
+  rest_.remove_prefix(end);
+  return word;
+}
+
 bool is_ipv4(std::string_view text) { return take_ipv4(text) && text.empty(); }
 
 bool is_ipv4_port(std::string_view text) {

@@ -22,6 +22,9 @@ class Scanner {
   // Reads text in double quotes and takes the backslash off each escaped quote and backslash. Any other
   // escape, and a missing quote, make it no quoted text.
   [[nodiscard]] std::optional<std::string> quoted();
+  // Reads capital letters and underscores, as far as they go; may be empty.
+  [[nodiscard]] std::string_view word();
+  [[nodiscard]] std::string_view rest() const { return rest_; }
   [[nodiscard]] bool at_end() const { return rest_.empty(); }
 
  private:

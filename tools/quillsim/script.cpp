@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <utility>
 
+#include "tools/quillsim/console_script.h"
 #include "tools/quillsim/scanner.h"
 
 namespace quillsim {
@@ -49,8 +51,12 @@ bool is_wire_line(std::string_view line) {
                      [line](std::string_view word) { return line.starts_with(word); });
 }
 
-Script::Script(Sim& sim, Printer out, Printer complain, milliseconds wait_limit)
-    : sim_(sim), out_(std::move(out)), complain_(std::move(complain)), wait_limit_(wait_limit) {}
+Script::Script(Sim& sim, Console* console, Printer out, Printer complain, milliseconds wait_limit)
+    : sim_(sim),
+      console_(console),
+      out_(std::move(out)),
+      complain_(std::move(complain)),
+      wait_limit_(wait_limit) {}
 
 void Script::add(std::string_view line) {
   while (line.ends_with('\n') || line.ends_with('\r'))
@@ -78,14 +84,18 @@ std::optional<Script::Time> Script::due() const {
 
 bool Script::waiting(Time now) {
   if (wait_ == Wait::kNone) return false;
-  if (wait_ == Wait::kText && find_text()) {
-    wait_ = Wait::kNone;
-    return false;
+  if (!satisfied()) {
+    if (now < wait_until_) return true;
+    if (wait_ != Wait::kTime) fail("waited in vain for: " + printable(wait_text_));
   }
-  if (now < wait_until_) return true;
-  if (wait_ == Wait::kText) fail("waited in vain for: " + printable(wait_text_));
   wait_ = Wait::kNone;
+  wait_until_console_ = nullptr;
   return false;
+}
+
+bool Script::satisfied() {
+  if (wait_ == Wait::kText) return find_text();
+  return wait_ == Wait::kConsole && wait_until_console_();
 }
 
 bool Script::find_text() {
@@ -107,7 +117,7 @@ void Script::execute(std::string_view line, Time now) {
     sim_.close_station();
   } else if (line == "quit") {
     quit_ = true;
-  } else if (!start_wait(line, now)) {
+  } else if (!start_wait(line, now) && !run_console(line, now)) {
     fail("unknown directive: " + printable(line));
   }
 }
@@ -126,6 +136,20 @@ bool Script::start_wait(std::string_view line, Time now) {
   if (!ms) return false;
   wait_ = Wait::kTime;
   wait_until_ = now + milliseconds(*ms);
+  return true;
+}
+
+bool Script::run_console(std::string_view line, Time now) {
+  ConsoleStep step = run_console_directive(line, console_);
+  if (!step.known) return false;
+  if (!step.error.empty()) fail(step.error + ", for: " + printable(line));
+  for (const std::string& text : step.out)
+    out_(text);
+  if (!step.until) return true;
+  wait_ = Wait::kConsole;
+  wait_text_ = line;
+  wait_until_console_ = std::move(step.until);
+  wait_until_ = now + wait_limit_;
   return true;
 }
 

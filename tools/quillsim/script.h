@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "tools/quillsim/console.h"
 #include "tools/quillsim/sim.h"
 
 namespace quillsim {
@@ -25,9 +26,10 @@ class Script {
   using Time = std::chrono::steady_clock::time_point;
   using Printer = std::function<void(const std::string& line)>;
 
-  // Borrows `sim`. `out` gets what `show` prints, `complain` each line that cannot be carried out.
-  // `wait_limit` bounds a wait-for.
-  Script(Sim& sim, Printer out, Printer complain, std::chrono::milliseconds wait_limit);
+  // Borrows `sim`, and `console`, which may be null: then its directives fail. `out` gets what `show` and
+  // `draw` print, `complain` each line that cannot be carried out. `wait_limit` bounds each wait but a plain
+  // `wait`.
+  Script(Sim& sim, Console* console, Printer out, Printer complain, std::chrono::milliseconds wait_limit);
 
   // Queues one line, with or without its line end.
   void add(std::string_view line);
@@ -45,17 +47,21 @@ class Script {
   [[nodiscard]] int failures() const { return failures_; }
 
  private:
-  enum class Wait { kNone, kTime, kText };
+  enum class Wait { kNone, kTime, kText, kConsole };
 
   // Whether the directive at the front is still waiting.
   bool waiting(Time now);
   bool find_text();
+  // Whether what the directive waits for is there.
+  bool satisfied();
   void execute(std::string_view line, Time now);
   bool start_wait(std::string_view line, Time now);
+  bool run_console(std::string_view line, Time now);
   void send_line(std::string_view line);
   void fail(const std::string& message);
 
   Sim& sim_;
+  Console* console_;
   Printer out_;
   Printer complain_;
   std::chrono::milliseconds wait_limit_;
@@ -63,7 +69,8 @@ class Script {
   std::deque<std::string> printed_;  // not yet passed by a wait-for
   Wait wait_ = Wait::kNone;
   Time wait_until_;
-  std::string wait_text_;
+  std::string wait_text_;  // for people too
+  std::function<bool()> wait_until_console_;
   bool quit_ = false;
   int failures_ = 0;
 };

@@ -1,106 +1,19 @@
 #include "tools/quillsim/sim.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-
-#include <array>
-#include <cerrno>
 #include <utility>
 
-#include "base/text.h"
 #include "tools/quillsim/scanner.h"
 
 namespace quillsim {
 namespace {
 
-constexpr int kBacklog = 8;
-constexpr int kReadsPerServe = 64;  // a station that floods must not hold up the owner's loop
-constexpr std::size_t kReadSize = 4096;
 constexpr std::string_view kErrorLine = "ERROR 1000 bad command";
-
-std::string address_text(const sockaddr_in& address) {
-  std::array<char, INET_ADDRSTRLEN> text{};
-  (void)::inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
-  return std::string(text.data()) + ":" + std::to_string(ntohs(address.sin_port));
-}
-
-bool would_block(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 
 }  // namespace
 
 Sim::Sim(SimOptions options, Printer printer) : options_(std::move(options)), printer_(std::move(printer)) {}
 
-int Sim::listen(const std::string& address, int port) {
-  sockaddr_in at{};
-  at.sin_family = AF_INET;
-  if (::inet_pton(AF_INET, address.c_str(), &at.sin_addr) != 1 || port < 0 || port > UINT16_MAX) {
-    errno = EINVAL;
-    return -1;
-  }
-  at.sin_port = htons(static_cast<in_port_t>(port));
-  hark::UniqueFd fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!fd.is_open()) return -1;
-  const int on = 1;
-  (void)::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  if (::bind(fd.get(), reinterpret_cast<const sockaddr*>(&at), sizeof at) != 0) return -1;
-  if (::listen(fd.get(), kBacklog) != 0) return -1;
-  socklen_t size = sizeof at;
-  if (::getsockname(fd.get(), reinterpret_cast<sockaddr*>(&at), &size) != 0) return -1;
-  listener_ = std::move(fd);
-  return ntohs(at.sin_port);
-}
-
-void Sim::fill(fd_set& read, fd_set& write, int& highest) const {
-  (void)hark::fdset_add(listener_.get(), read, highest);
-  if (reading_) (void)hark::fdset_add(station_.get(), read, highest);
-  if (!unsent_.empty()) (void)hark::fdset_add(station_.get(), write, highest);
-}
-
-void Sim::serve(const fd_set& read, const fd_set& write) {
-  // The station goes first, so that one that hung up and dials again meets a free place.
-  const int station = station_.get();
-  if (hark::fdset_has(station, write)) write_station();
-  if (connected() && hark::fdset_has(station, read)) read_station();
-  if (hark::fdset_has(listener_.get(), read)) accept_station();
-}
-
-bool Sim::pump(int timeout_ms) {
-  fd_set read;
-  fd_set write;
-  FD_ZERO(&read);
-  FD_ZERO(&write);
-  int highest = -1;
-  fill(read, write, highest);
-  timeval timeout{};
-  timeout.tv_sec = timeout_ms / 1000;
-  timeout.tv_usec = static_cast<suseconds_t>(timeout_ms % 1000) * 1000;
-  if (::select(highest + 1, &read, &write, nullptr, &timeout) <= 0) return false;
-  serve(read, write);
-  return true;
-}
-
-void Sim::close_station() {
-  if (!connected()) return;
-  station_.reset();
-  partial_.clear();
-  unsent_.clear();
-  skipping_ = false;
-  const bool had_mixer = mixer_.created();
-  mixer_.remove();
-  print("station disconnected");
-  if (had_mixer) note_change("hark#1 removed with its connection");
-}
-
 bool Sim::send(std::string_view line) { return send_raw(std::string(line) + "\r\n"); }
-
-bool Sim::send_raw(std::string_view bytes) {
-  if (!connected()) return false;
-  unsent_.append(bytes);
-  write_station();
-  return connected();
-}
 
 void Sim::forget_records() {
   received_.clear();
@@ -108,78 +21,30 @@ void Sim::forget_records() {
   refused_.clear();
 }
 
-void Sim::accept_station() {
-  sockaddr_in from{};
-  socklen_t size = sizeof from;
-  hark::UniqueFd fd(
-      ::accept4(listener_.get(), reinterpret_cast<sockaddr*>(&from), &size, SOCK_CLOEXEC | SOCK_NONBLOCK));
-  if (!fd.is_open()) return;
-  if (connected()) {
-    print("a second station from " + address_text(from) + " turned away");
-    return;
-  }
-  const int on = 1;
-  (void)::setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  station_ = std::move(fd);
-  ++connections_;
-  print("station connected from " + address_text(from));
+void Sim::link_opened(const std::string& from) {
+  print("station connected from " + from);
   for (const std::string& line : options_.greeting)
     (void)send(line);
 }
 
-void Sim::read_station() {
-  for (int i = 0; i < kReadsPerServe && connected(); ++i) {
-    std::array<char, kReadSize> bytes{};
-    const ssize_t got = ::recv(station_.get(), bytes.data(), bytes.size(), 0);
-    if (got < 0 && would_block(errno)) return;
-    if (got <= 0) {
-      if (!partial_.empty()) refuse(partial_, "connection closed inside a line");
-      close_station();
-      return;
-    }
-    take_bytes({bytes.data(), static_cast<std::size_t>(got)});
-  }
+void Sim::link_turned_away(const std::string& from) {
+  print("a second station from " + from + " turned away");
 }
 
-void Sim::write_station() {
-  while (!unsent_.empty()) {
-    const ssize_t sent = ::send(station_.get(), unsent_.data(), unsent_.size(), MSG_NOSIGNAL);
-    if (sent < 0 && would_block(errno)) return;
-    if (sent < 0) {
-      // What the station sent before it went may still wait to be read; reading then finds the end.
-      unsent_.clear();
-      return;
-    }
-    unsent_.erase(0, static_cast<std::size_t>(sent));
-  }
-}
-
-void Sim::take_bytes(std::string_view bytes) {
-  while (!bytes.empty() && connected()) {
-    const std::size_t end = bytes.find('\n');
-    const std::string_view piece = bytes.substr(0, end == std::string_view::npos ? end : end + 1);
-    bytes.remove_prefix(piece.size());
-    if (skipping_) {
-      skipping_ = !piece.ends_with('\n');
-      continue;
-    }
-    partial_.append(piece);
-    if (partial_.size() > hark::kMaxLine) {
-      skipping_ = !partial_.ends_with('\n');
-      refuse(std::exchange(partial_, {}), "line longer than 2000 bytes");
-    } else if (partial_.ends_with('\n')) {
-      take_line(std::exchange(partial_, {}));
-    }
-  }
-}
-
-void Sim::take_line(std::string_view line) {
+void Sim::link_line(std::string_view line) {
   const std::size_t text_end = line.find_last_not_of("\r\n");
   received_.emplace_back(line.substr(0, text_end == std::string_view::npos ? 0 : text_end + 1));
   const ParsedLine parsed = parse_command(line);
   if (!parsed.command) return refuse(line, parsed.error);
   const std::string error = std::visit([this](const auto& command) { return run(command); }, *parsed.command);
   if (!error.empty()) refuse(line, error);
+}
+
+void Sim::link_closed() {
+  const bool had_mixer = mixer_.created();
+  mixer_.remove();
+  print("station disconnected");
+  if (had_mixer) note_change("hark#1 removed with its connection");
 }
 
 std::string Sim::run(const GetSupvState&) {

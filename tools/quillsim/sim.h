@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "base/fd.h"
 #include "tools/quillsim/command.h"
+#include "tools/quillsim/link.h"
 #include "tools/quillsim/mixer.h"
 
 namespace quillsim {
@@ -26,13 +26,7 @@ struct SimOptions {
   std::vector<std::string> greeting = {};
 };
 
-// A line that was not taken.
-struct Refusal {
-  std::string line;  // as it came, line end included
-  std::string reason;
-};
-
-class Sim {
+class Sim : private LinkUser {
  public:
   // Gets each line that a person should see: changes of the mixer, connections, refusals.
   using Printer = std::function<void(const std::string& line)>;
@@ -41,30 +35,30 @@ class Sim {
 
   // Starts to listen at the dotted `address`; port 0 picks a free one. Returns the port, or -1 with errno
   // set.
-  [[nodiscard]] int listen(const std::string& address, int port);
+  [[nodiscard]] int listen(const std::string& address, int port) { return link_.listen(address, port); }
   // Closes the listening socket; a connected station stays.
-  void stop_listening() { listener_.reset(); }
-  [[nodiscard]] bool listening() const { return listener_.is_open(); }
+  void stop_listening() { link_.stop_listening(); }
+  [[nodiscard]] bool listening() const { return link_.listening(); }
 
   // Adds the sockets that can be served now, and serves those that select(2) found ready.
-  void fill(fd_set& read, fd_set& write, int& highest) const;
-  void serve(const fd_set& read, const fd_set& write);
+  void fill(fd_set& read, fd_set& write, int& highest) const { link_.fill(read, write, highest); }
+  void serve(const fd_set& read, const fd_set& write) { link_.serve(read, write); }
   // fill, select and serve in one, for an owner without a loop. Whether anything was ready in that time.
-  bool pump(int timeout_ms);
+  bool pump(int timeout_ms) { return link_.pump(timeout_ms); }
 
-  [[nodiscard]] bool connected() const { return station_.is_open(); }
+  [[nodiscard]] bool connected() const { return link_.connected(); }
   // How many stations have been taken in since the start.
-  [[nodiscard]] int connections() const { return connections_; }
+  [[nodiscard]] int connections() const { return link_.connections(); }
   // Ends the connection; the mixer goes with it.
-  void close_station();
+  void close_station() { link_.close(); }
   // Sends the line with CR LF behind it, or the bytes as they are. What the station does not take at once
   // waits here. False when no station is connected.
   bool send(std::string_view line);
-  bool send_raw(std::string_view bytes);
+  bool send_raw(std::string_view bytes) { return link_.send_raw(bytes); }
   // Bytes that wait for the station to read.
-  [[nodiscard]] std::size_t unsent() const { return unsent_.size(); }
+  [[nodiscard]] std::size_t unsent() const { return link_.unsent(); }
   // Off: plays a daemon that hangs and reads nothing more.
-  void set_reading(bool on) { reading_ = on; }
+  void set_reading(bool on) { link_.set_reading(on); }
 
   [[nodiscard]] const Mixer& mixer() const { return mixer_; }
   // All that the station sent, a line each without its end; the mixer's changes as printed; what was refused.
@@ -77,11 +71,11 @@ class Sim {
   void forget_records();
 
  private:
-  void accept_station();
-  void read_station();
-  void write_station();
-  void take_bytes(std::string_view bytes);
-  void take_line(std::string_view line);
+  void link_opened(const std::string& from) override;
+  void link_turned_away(const std::string& from) override;
+  void link_line(std::string_view line) override;
+  void link_bad_line(std::string_view line, std::string_view reason) override { refuse(line, reason); }
+  void link_closed() override;
   // Each carries one command out; gives why it does not fit the mixer's state, or an empty text.
   std::string run(const GetSupvState& command);
   std::string run(const CreateMixer& command);
@@ -95,13 +89,7 @@ class Sim {
 
   SimOptions options_;
   Printer printer_;
-  hark::UniqueFd listener_;
-  hark::UniqueFd station_;
-  int connections_ = 0;
-  bool reading_ = true;
-  bool skipping_ = false;  // inside a line that was too long, up to its LF
-  std::string partial_;    // a line whose end has not come yet
-  std::string unsent_;
+  Link link_{*this};
   Mixer mixer_;
   std::vector<std::string> received_;
   std::vector<std::string> changes_;
