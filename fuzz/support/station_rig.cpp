@@ -2,19 +2,24 @@
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <fstream>
 #include <string_view>
+#include <utility>
 
+#include "addressing/harkresolvtable.h"
 #include "addressing/sources.h"
 #include "base/clock.h"
 #include "base/text.h"
 #include "callctl/line_table.h"
 #include "callctl/modifycall.h"
 #include "callctl/sipctrl.h"
+#include "daemon/harkd.h"
+#include "daemon/harkd_private.h"
 #include "daemon/log/log.h"
 #include "daemon/qnrlib/qnrserver.h"
 #include "daemon/server.h"
@@ -69,6 +74,7 @@ void prepare_process() {
     uilist_file = folder + "/uilist";
     harkui_file = folder + "/harkui";
     harksources_file = folder + "/sources";
+    table_file = folder + "/table";
     log_cfgfile = folder + "/syslog.cfg";
     harkid_file = settings_file().path();
     write_file(harksources_file, kSources);
@@ -135,8 +141,10 @@ StationRig::StationRig(bool with_services) {
   g_now = kStart;
   clock_set_source(now_of_rig);
   station_reset();
+  harkd.panel_outputs = HarkdState{}.panel_outputs;
   station.harkd_svcname = station.announced_svcname = Label{"Fuzz"};
   station.harkd_alt = Label{"Fuzz"};
+  forget_stations();
   if (with_services) {
     station.sip_ip = inet_addr("127.0.0.2");
     station.harkd_qnsrcch = inet_addr("239.192.0.77");
@@ -145,6 +153,7 @@ StationRig::StationRig(bool with_services) {
                  [](int fd) { uilist_indi(' ', -1, fd); }, model_receive};
   harkqnr_hooks = {sipctrl_qndstvolumechanged, harkd_consoleconnect, harkd_ext_input};
   harkqnr_gpio_hooks = {remotecommand, model_speaker_mute};
+  harkd_has_autoanswer_callback = harkd_has_autoanswer;
   sipctrl_modifycall_callback = report_call;
   sipctrl_modifycallvolume_callback = report_volume;
   check(sipctrl_initialize() == 0, "the stack starts");
@@ -172,6 +181,13 @@ StationRig::~StationRig() {
   listenvol_cleanup();
   clock_set_source(nullptr);
   station_reset();
+}
+
+// What an earlier input has taught the panels' model, and its channel file.
+void StationRig::forget_stations() {
+  harkd_dynamicsources.clear();
+  for (const std::string& file : {table_file, temp_folder() + "/harkch.conf"})
+    (void)::unlink(file.c_str());
 }
 
 void StationRig::connect_peers() {
@@ -222,6 +238,7 @@ void StationRig::advance_ms(long ms) {
   sipctrl_process(now);
   harkd_ext_timer();
   renew_services();
+  refresh_panels(now);
   if (harkd_ext_config_changed()) harkd_ext_config_save();
   drain();
 }
@@ -241,6 +258,15 @@ void StationRig::renew_services() {
   (void)sipctrl_removeservice();
   if (station.sip_ip == 0 || station.harkd_svcname[0] == '\0' || station.harkd_qnsrcch == 0) return;
   check(sipctrl_createservice(station_identity()) == 0, "the services are made");
+}
+
+void StationRig::refresh_panels(TimeUs now) {
+  const std::uint32_t mask = std::exchange(server.model->dirty, 0U);
+  for (int i = 0; i < kMaxConnections; ++i) {
+    if (HarkUIProxy* panel = server.panel(i)) panel->Notify(mask, now);
+    drain();
+  }
+  if ((mask & kDirtyIndicators) != 0) harkgpo_update();
 }
 
 void StationRig::drain() {

@@ -6,6 +6,7 @@
 #include <array>
 #include <string>
 
+#include "base/clock.h"
 #include "base/fd.h"
 
 namespace hark::fuzz {
@@ -42,6 +43,8 @@ class StationRig {
   void connect_peers();
   static void serve_connections();
   static void renew_services();
+  static void forget_stations();
+  void refresh_panels(TimeUs now);
   void drain();
   void drain_mixer();
 
