@@ -1,4 +1,4 @@
-// The two kinds of measurement, each of which adds its rows to the table.
+// The kinds of measurement, each of which adds its rows to the table.
 #pragma once
 
 #include <string>
@@ -19,5 +19,12 @@ struct Settings {
 
 // The daemon as a process. False, with the reason on stderr, when it could not be measured.
 [[nodiscard]] bool system_bench(const Settings& settings, Table& table);
+
+// The daemon as a process with all of its connections taken by panels: from a key to the mixer. False as
+// above.
+[[nodiscard]] bool panel_bench(const Settings& settings, Table& table);
+
+// The daemon's loop, by itself: a pass with nothing to do, and one that refreshes all labels. False as above.
+[[nodiscard]] bool loop_bench(Table& table);
 
 }  // namespace hark::bench

@@ -31,7 +31,8 @@ int main(int argc, char** argv) {
     }
   }
   hark::bench::Table table;
-  const bool measured = hark::bench::micro_bench(table) && hark::bench::system_bench(settings, table);
+  const bool measured = hark::bench::micro_bench(table) && hark::bench::system_bench(settings, table) &&
+                        hark::bench::panel_bench(settings, table) && hark::bench::loop_bench(table);
   table.print();
   return measured ? 0 : 1;
 }

@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -52,15 +53,29 @@ bool send_all(int fd, std::string_view text) {
   return ::send(fd, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
 }
 
-void drain(int fd) {
+// Reads what has come. False at the end of the connection.
+bool read_off(int fd) {
   std::array<char, 16384> part;
-  while (::recv(fd, part.data(), part.size(), MSG_DONTWAIT) > 0) {
+  ssize_t got = 0;
+  do {
+    got = ::recv(fd, part.data(), part.size(), MSG_DONTWAIT);
+  } while (got > 0);
+  return got < 0;
+}
+
+// Returns when there is something to read, or after as long as a read waits. It takes no lock of the socket,
+// which a recv in its place would hold against who sends.
+void look_for_data(int fd) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(kReadLimit.tv_sec);
+  pollfd wanted{fd, POLLIN, 0};
+  while (::poll(&wanted, 1, 0) == 0 && std::chrono::steady_clock::now() < end) {
   }
 }
 
 void echo(int listen_fd, std::size_t request, std::size_t reply) {
   const UniqueFd fd(::accept4(listen_fd, nullptr, nullptr, SOCK_CLOEXEC));
-  set_nodelay(fd.get());
+  const UniqueFd reply_fd(::accept4(listen_fd, nullptr, nullptr, SOCK_CLOEXEC));
+  set_nodelay(reply_fd.get());
   const std::string answer(reply, 'x');
   std::array<char, 2000> part;
   for (std::size_t got = 0;;) {
@@ -73,7 +88,7 @@ void echo(int listen_fd, std::size_t request, std::size_t reply) {
     const ssize_t n = ::recv(fd.get(), part.data(), part.size(), 0);
     if (n <= 0) return;
     for (got += static_cast<std::size_t>(n); got >= request; got -= request) {
-      if (!send_all(fd.get(), answer)) return;
+      if (!send_all(reply_fd.get(), answer)) return;
     }
   }
 }
@@ -110,7 +125,7 @@ void keep_busy(int ctrl_port, const std::string& volume_prefix, int volume_urls,
   for (int turn = 0;; ++turn) {
     for (int i = 0; i < kBusyConnections; ++i) {
       const int fd = clients[static_cast<std::size_t>(i)].get();
-      drain(fd);
+      if (!read_off(fd)) return;
       if (!send_all(fd, busy_command(i, turn, volume_prefix, volume_urls))) return;
       next = std::max(next + kCommandEvery / kBusyConnections, std::chrono::steady_clock::now());
       std::this_thread::sleep_until(next);
@@ -155,6 +170,7 @@ void LineConnection::send(std::string_view text) {
 
 bool LineConnection::receive() {
   std::array<char, 16384> part;
+  if (busy_waiting_ && !lost_) look_for_data(fd_.get());
   const ssize_t got = lost_ ? -1 : ::recv(fd_.get(), part.data(), part.size(), 0);
   lost_ = got <= 0;
   if (!lost_) unread_.append(part.data(), static_cast<std::size_t>(got));
@@ -163,13 +179,14 @@ bool LineConnection::receive() {
 
 std::string LineConnection::wait_for(std::string_view start) {
   for (;;) {
-    const std::size_t end = unread_.find("\r\n");
+    const std::size_t end = unread_.find('\n');
     if (end == std::string::npos) {
       if (!receive()) return {};
       continue;
     }
     std::string line = unread_.substr(0, end);
-    unread_.erase(0, end + 2);
+    unread_.erase(0, end + 1);
+    if (line.ends_with('\r')) line.pop_back();
     if (line.starts_with(start)) return line;
   }
 }
@@ -179,6 +196,11 @@ void LineConnection::read(std::size_t size) {
     if (!receive()) return;
   }
   unread_.erase(0, size);
+}
+
+void LineConnection::drain() {
+  unread_.clear();
+  lost_ = lost_ || !read_off(fd_.get());
 }
 
 EchoProcess::EchoProcess(std::size_t request, std::size_t reply) {

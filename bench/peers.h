@@ -1,4 +1,4 @@
-// The far ends that the measured station talks to, on plain TCP sockets of 127.0.0.x: connections by lines, a
+// The far ends that the measured station talks to, on plain TCP sockets of 127.0.x.x: connections by lines, a
 // process that echoes, and a process that keeps fifteen connections busy.
 #pragma once
 
@@ -29,7 +29,7 @@ class Listener {
 // A port of 127.0.0.1 that was free a moment ago.
 [[nodiscard]] int free_port();
 
-// A connection to 127.0.0.1 from 127.0.0.`host`; a closed one when it fails.
+// A connection to 127.0.0.1 from 127.0.0.`host`, or from 127.0.1.`host - 256`; a closed one when it fails.
 [[nodiscard]] UniqueFd connect_from(int host, int port);
 
 // One line connection. A read waits 5 s at most, and is_lost() tells of any failure from then on.
@@ -41,17 +41,23 @@ class LineConnection {
   std::string wait_for(std::string_view start);
   // Reads `size` bytes.
   void read(std::size_t size);
+  // Reads what has come, without waiting.
+  void drain();
   [[nodiscard]] bool is_lost() const { return lost_; }
+  // Reads look for data all the time from here on, in place of waiting for it.
+  void set_busy_waiting(bool on) { busy_waiting_ = on; }
 
  private:
   bool receive();
   UniqueFd fd_;
   std::string unread_;
   bool lost_ = false;
+  bool busy_waiting_ = false;
 };
 
 // A process whose loop is as plain as can be, with the daemon's own wait of 10 ms: for every `request` bytes
-// that come it sends `reply` bytes back.
+// that come on its first connection it sends `reply` bytes on its second one, as the daemon answers a client
+// on the connection of the mixer.
 class EchoProcess {
  public:
   EchoProcess(std::size_t request, std::size_t reply);

@@ -15,6 +15,7 @@
 #include <sstream>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace hark::bench {
 namespace {
@@ -34,6 +35,28 @@ bool wait_until(std::chrono::seconds limit, Done done) {
     std::this_thread::sleep_for(kLookEvery);
   }
   return true;
+}
+
+// The cores that this process had when it was first asked for them, in order.
+const std::vector<int>& allowed_cores() {
+  static const std::vector<int> cores = [] {
+    std::vector<int> found;
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (::sched_getaffinity(0, sizeof set, &set) != 0) return found;
+    for (int core = 0; core < CPU_SETSIZE; ++core) {
+      if (CPU_ISSET(core, &set)) found.push_back(core);
+    }
+    return found;
+  }();
+  return cores;
+}
+
+void go_to_core(int core) {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(core, &set);
+  (void)::sched_setaffinity(0, sizeof set, &set);
 }
 
 std::string proc_file(pid_t pid, const char* name) {
@@ -59,17 +82,14 @@ pid_t launch(const std::string& program, const std::string& root, const std::str
 }  // namespace
 
 void stay_on_one_core() {
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  if (::sched_getaffinity(0, sizeof set, &set) != 0) return;
+  const std::vector<int>& cores = allowed_cores();
   // The last one: the first tends to serve the machine's interrupts.
-  int last = CPU_SETSIZE - 1;
-  while (last > 0 && !CPU_ISSET(last, &set))
-    --last;
-  CPU_ZERO(&set);
-  CPU_SET(last, &set);
-  (void)::sched_setaffinity(0, sizeof set, &set);
+  if (!cores.empty()) go_to_core(cores.back());
 }
+
+bool has_other_core() { return allowed_cores().size() > 1; }
+
+void go_to_other_core() { go_to_core(allowed_cores().front()); }
 
 Helper::Helper(const std::function<void()>& body) {
   const pid_t parent = ::getpid();
@@ -86,13 +106,18 @@ Helper::~Helper() {
   (void)::waitpid(pid_, nullptr, 0);
 }
 
-TempRoot::TempRoot(const std::string& sources) {
+TempRoot::TempRoot(const std::string& sources, const std::string& channels) {
   const char* base = std::getenv("TMPDIR");
   path_ = std::string(base != nullptr ? base : "/tmp") + "/harkd-bench.XXXXXX";
   if (::mkdtemp(path_.data()) == nullptr) std::abort();
   for (const char* folder : {"/etc/Orfe/hark", "/etc/Orfe/EngConf", "/var/run", "/var/tmp"})
     std::filesystem::create_directories(path_ + folder);
-  std::ofstream(path_ + "/etc/Orfe/hark/hark_sources") << sources;
+  write_sources(sources);
+  if (!channels.empty()) std::ofstream(path_ + "/etc/Orfe/hark/harkch.conf") << channels;
+}
+
+void TempRoot::write_sources(const std::string& text) const {
+  std::ofstream(path_ + "/etc/Orfe/hark/hark_sources") << text;
 }
 
 TempRoot::~TempRoot() {

@@ -16,6 +16,10 @@ namespace hark::bench {
 // daemon itself does shows most.
 void stay_on_one_core();
 
+// Whether this process may use another core than that one; and from there on, the calling thread does.
+[[nodiscard]] bool has_other_core();
+void go_to_other_core();
+
 // A fork of this program that runs `body` and never returns from it. Killed at destruction, and by
 // the kernel when this program dies.
 class Helper {
@@ -39,12 +43,14 @@ class Helper {
 // A folder that stands for the root of the file system (HARK_ROOT), with what harkd expects in it.
 class TempRoot {
  public:
-  // `sources` is the file of sources.
-  explicit TempRoot(const std::string& sources);
+  // `sources` is the file of sources, `channels` the channel file.
+  TempRoot(const std::string& sources, const std::string& channels);
   ~TempRoot();
   TempRoot(const TempRoot&) = delete;
   TempRoot& operator=(const TempRoot&) = delete;
   [[nodiscard]] const std::string& path() const { return path_; }
+  // Replaces the file of sources.
+  void write_sources(const std::string& text) const;
 
  private:
   std::string path_;

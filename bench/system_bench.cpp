@@ -1,139 +1,55 @@
 // The daemon as a process, measured from outside by a client of its control port that is its routing daemon
 // too: memory, idle load, and the time from a CALL line to the mixer command that it causes.
-//
-// Each measured CALL makes a new call. What makes that quick is how the call ends: the source file names a
-// contact for the source, and the routing daemon reports that contact as open, which ends the call at once
-// where a drop by the client would take its 400 ms. Before the next one the station answers a version
-// request, so that nothing of the last call is left to do.
 #include <sys/select.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdio>
+#include <optional>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "benches.h"
+#include "latency.h"
 #include "peers.h"
 #include "process.h"
+#include "rig.h"
 
 namespace hark::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr const char* kSource = "239.192.4.210";
 constexpr const char* kListenPrefix = "quillnet:239.192.5.";
 constexpr const char* kTalkPrefix = "quillnet:239.192.6.";
 constexpr int kListenLines = 8;
 constexpr int kTalkLines = 128;
-constexpr int kWarmUp = 50;
 constexpr int kBareLoopSeconds = 5;
 constexpr double kRatioAim = 1.5;
 constexpr double kLoadedRatioAim = 2;
 constexpr double kIdleAim = 0.5;    // percent of a core
 constexpr double kResidentAim = 6;  // MiB
-constexpr const char* kIdentity =
-    "HARK LABL:\"Bench\" DROPFLASH:0\r\nSRC 1 PSNM:\"Bench\" RTPA:\"239.192.0.77\"\r\n";
 
 std::string call_line(const std::string& url, const char* wish) {
   return "CALL URL:\"" + url + "\" " + wish + "\r\n";
 }
 
-std::string source_command(int input, const std::string& source) {
-  return "set hark#1.sub#1.in#" + std::to_string(input) + " src_id=\"" + source + "\"";
-}
-
-bool fail(const char* what) {
-  (void)std::fprintf(stderr, "hark_bench: %s\n", what);
-  return false;
-}
-
-// Times of one kind, in microseconds.
-class Times {
- public:
-  void add(Clock::duration time) { us_.push_back(std::chrono::duration<double, std::micro>(time).count()); }
-  [[nodiscard]] double at(double part) {
-    std::sort(us_.begin(), us_.end());
-    return us_[static_cast<std::size_t>(part * static_cast<double>(us_.size() - 1))];
-  }
-
- private:
-  std::vector<double> us_;
-};
-
-// The station and the two sockets by which it is measured.
-class Rig {
- public:
-  explicit Rig(const std::string& harkd)
-      : root_("quillnet:" + std::string(kSource) + ";gpio=1;gpiol=1\n"),
-        daemon_(harkd, root_, ctrl_port_, listener_.port()),
-        mixer_(daemon_.pid() > 0 ? listener_.accept() : UniqueFd()) {
-    mixer_.send(kIdentity);
-  }
-
-  [[nodiscard]] const Daemon& daemon() const { return daemon_; }
-  [[nodiscard]] int ctrl_port() const { return ctrl_port_; }
-  [[nodiscard]] LineConnection& mixer() { return mixer_; }
-  [[nodiscard]] bool is_up() const { return daemon_.pid() > 0 && !mixer_.is_lost(); }
-
- private:
-  TempRoot root_;
-  Listener listener_;
-  int ctrl_port_ = free_port();
-  Daemon daemon_;
-  LineConnection mixer_;
-};
-
-// One new call on line `input`, and its end.
-Clock::duration one_call(Rig& rig, LineConnection& control, int input) {
+// One new call on line `input`, and its end. What the daemon has to do for the end is over before the next.
+std::optional<Clock::duration> one_call(Arrival& arrival, Rig& rig, LineConnection& control, int input) {
   static const std::string call = call_line("quillnet:" + std::string(kSource), "LISTEN:1");
   const std::string connected = source_command(input, kSource);
-  const std::string ended = source_command(input, "");
-  const auto start = Clock::now();
-  control.send(call);
-  (void)rig.mixer().wait_for(connected);
-  const auto passed = Clock::now() - start;
-  rig.mixer().send("GPO 2 Hxxxx\r\n");
-  (void)rig.mixer().wait_for(ended);
-  control.send("VER\r\n");
-  (void)control.wait_for("VER ");
+  const auto passed = arrival.time([&] { control.send(call); }, rig.mixer(),
+                                   [&](LineConnection& from) { (void)from.wait_for(connected); });
+  rig.end_call(control, input);
+  if (control.is_lost() || rig.mixer().is_lost()) return std::nullopt;
   return passed;
 }
 
-Clock::duration one_echo(LineConnection& echo, const std::string& request, std::size_t reply) {
-  const auto start = Clock::now();
-  echo.send(request);
-  echo.read(reply);
-  return Clock::now() - start;
-}
-
-// Calls and echoes in turn, so that both see the same machine.
 bool measure_calls(Rig& rig, LineConnection& control, int input, int calls, const std::string& where,
                    double aim, Table& table) {
-  const std::string request = call_line("quillnet:" + std::string(kSource), "LISTEN:1");
-  const std::size_t reply = (source_command(input, kSource) + ", gain=0\r\n").size();
-  const EchoProcess echo_process(request.size(), reply);
-  LineConnection echo = echo_process.connect();
-  Times call_times;
-  Times echo_times;
-  for (int i = -kWarmUp; i < calls; ++i) {
-    const auto call_time = one_call(rig, control, input);
-    const auto echo_time = one_echo(echo, request, reply);
-    if (control.is_lost() || rig.mixer().is_lost() || echo.is_lost()) return fail("a call was not answered");
-    if (i < 0) continue;
-    call_times.add(call_time);
-    echo_times.add(echo_time);
-  }
-  table.add({"CALL to mixer command" + where + ", median", call_times.at(0.5), "us"});
-  table.add({"CALL to mixer command" + where + ", p99", call_times.at(0.99), "us"});
-  table.add({"TCP echo of the same sizes" + where + ", median", echo_times.at(0.5), "us"});
-  table.add({"TCP echo of the same sizes" + where + ", p99", echo_times.at(0.99), "us"});
-  table.add({"ratio of the medians" + where, call_times.at(0.5) / echo_times.at(0.5), "", 2, aim});
-  table.add({"ratio of the p99" + where, call_times.at(0.99) / echo_times.at(0.99), "", 2});
-  return true;
+  const std::size_t request = call_line("quillnet:" + std::string(kSource), "LISTEN:1").size();
+  const Comparison comparison{"CALL to mixer command",    where, request,
+                              source_command_size(input), calls, aim};
+  return compare_with_echo(
+             comparison, [&](Arrival& arrival) { return one_call(arrival, rig, control, input); }, table) ||
+         fail("a call was not answered");
 }
 
 // Takes every line but the last listen line. True when the station lists them all.
@@ -215,14 +131,7 @@ bool system_bench(const Settings& settings, Table& table) {
   Rig rig(settings.harkd);
   if (!rig.is_up()) return fail("harkd did not start and connect");
   LineConnection control(connect_from(1, rig.ctrl_port()));
-  // The station can make calls once it has taken its identity, of which the version request knows nothing:
-  // the loop has done it when it has answered twice.
-  for (int i = 0; i < 2; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    control.send("VER\r\n");
-    (void)control.wait_for("VER ");
-  }
-  if (control.is_lost()) return fail("the control port does not answer");
+  if (!Rig::wait_ready(control)) return false;
   if (!measure_memory(rig.daemon(), " after start", table)) return false;
   if (!measure_idle(rig.daemon(), settings.idle_s, table)) return false;
   if (!measure_calls(rig, control, 1, settings.calls, "", kRatioAim, table)) return false;
