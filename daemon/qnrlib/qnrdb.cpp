@@ -3,7 +3,11 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/text.h"
 
@@ -97,6 +101,62 @@ void report_text(const Range& range, int client, const char* name, const char* t
         client == candidate || anyone ||
         (client == kAllConnections && is_target(client, candidate, qnrobjdb.objs[range.first]));
     if (meant) send_to(candidate, text);
+  }
+}
+
+void report(const Range& range, int client, const char* name, const char* text) {
+  if (text == nullptr) {
+    report_rows(range, client);
+  } else {
+    report_text(range, client, name, text);
+  }
+}
+
+// A report to all that came while the model heard an earlier one.
+struct WaitingReport {
+  std::optional<std::string> name;
+  int index;
+  std::optional<std::string> text;
+};
+
+struct ReportsToAll {
+  bool model_hears = false;
+  std::deque<WaitingReport> waiting;
+};
+ReportsToAll reports;
+
+const char* or_null(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
+
+void tell_model(const Range& range, const char* text) {
+  if (text == nullptr) {
+    report_rows_to_model(range);
+  } else if (*text != '\0') {
+    to_model(text);
+  }
+}
+
+// The model hears a report first, and may answer a call by another command, which reports in its turn.
+// Subscribers get such a report behind the one that it answers, or an old state would be the last that they
+// hear of.
+void report_to_all(const char* name, int index, const char* text) {
+  const auto optional = [](const char* value) {
+    return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+  };
+  const Range range(qnrobjdb, name, index);
+  if (reports.model_hears) {
+    reports.waiting.push_back({optional(name), index, optional(text)});
+    tell_model(range, text);
+    return;
+  }
+  reports.model_hears = true;
+  tell_model(range, text);
+  reports.model_hears = false;
+  report(range, kAllConnections, name, text);
+  while (!reports.waiting.empty()) {
+    const WaitingReport next = std::move(reports.waiting.front());
+    reports.waiting.pop_front();
+    report(Range(qnrobjdb, or_null(next.name), next.index), kAllConnections, or_null(next.name),
+           or_null(next.text));
   }
 }
 
@@ -271,20 +331,14 @@ int qnrdb_cmd_input(QnrObjectDb* db, const char* line, int client) {
 
 int qnrdb_indi(int client, const char* name, int index, const char* text) {
   if (client == kInternalConnection) return 0;
-  if (client != kAllConnections && !is_connection(client)) return -1;
-  if (client != kAllConnections) {
-    const int fd = socket_of(client);
-    if (fd < 0) return 0;
-    if (answer_list(fd, name)) return 0;
-  }
-  const Range range(qnrobjdb, name, index);
-  if (text == nullptr) {
-    if (client == kAllConnections) report_rows_to_model(range);
-    report_rows(range, client);
+  if (client == kAllConnections) {
+    report_to_all(name, index, text);
     return 0;
   }
-  if (client == kAllConnections && *text != '\0') to_model(text);
-  report_text(range, client, name, text);
+  if (!is_connection(client)) return -1;
+  const int fd = socket_of(client);
+  if (fd < 0 || answer_list(fd, name)) return 0;
+  report(Range(qnrobjdb, name, index), client, name, text);
   return 0;
 }
 

@@ -67,7 +67,8 @@ int qnrdb_sub_set(QnrObjectDb* db, const char* name, int index, int client, bool
 [[nodiscard]] int qnrdb_cmd_input(QnrObjectDb* db, const char* line, int client);
 
 // Reports to one connection (0 to 15, whether it subscribed or not), or with -2 to all that subscribed:
-// `text` as it stands, or with a null `text` the rows' own texts. 0; -1 for a bad `client`.
+// `text` as it stands, or with a null `text` the rows' own texts. 0; -1 for a bad `client`. A report to all
+// that the model causes while it hears another one goes to the connections behind that one.
 int qnrdb_indi(int client, const char* name, int index, const char* text);
 
 // Empties the table. 0.

@@ -22,6 +22,18 @@ TEST_F(PanelRings, PartyOnAKeyIsAnsweredAtOnce) {
   EXPECT_TRUE(panel.wait_indicator("KT01", "Off"));
 }
 
+TEST_F(PanelRings, WhoSubscribedHearsOfTheRingFirstAndOfTheAnswerLast) {
+  Client watcher = Connect("127.0.0.9");
+  ASSERT_TRUE(watcher.ask("SUB CALL", "BEGIN"));
+  ASSERT_TRUE(watcher.expect_line("END"));
+  Far("GPO 4 Lhhhh");
+  const std::optional<std::string> first = watcher.read_line();
+  const std::optional<std::string> second = watcher.read_line();
+  ASSERT_TRUE(first && second);
+  EXPECT_THAT(*first, HasSubstr("TALK:R"));
+  EXPECT_THAT(*second, HasSubstr("TALK:1"));
+}
+
 TEST_F(PanelRings, PartyThatLetsGoOfAListenFlashesAndGoes) {
   EXPECT_THAT(answers(client, "HARK DROPFLASH:300"), ElementsAre());
   Far("GPO 4 hLhhh");

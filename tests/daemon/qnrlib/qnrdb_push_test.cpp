@@ -59,6 +59,31 @@ TEST_F(Pushes, ThePanelModelHearsBeforeAnyConnection) {
   EXPECT_THAT(Sent(), ElementsAre("2:IP moved|"));
 }
 
+// A call that the model answers while it hears of it was once told as answered first and as ringing last.
+TEST_F(Pushes, ReportThatTheModelCausesFollowsTheOneThatItHeard) {
+  Subscribe(2, "CALL", -1);
+  Subscribe(5, "CALL", -1);
+  Subscribe(5, "IP", -1);
+  static std::vector<std::string> heard;
+  heard.clear();
+  qnrdb_hooks.model_receive = [](const char* text) {
+    heard.emplace_back(text);
+    if (heard.size() == 1) {
+      (void)qnrdb_indi(kAllConnections, "CALL", -1, "CALL answered\r\n");
+      (void)qnrdb_indi(kAllConnections, "IP", -1, nullptr);
+    } else if (heard.size() == 2) {
+      (void)qnrdb_indi(kAllConnections, "CALL", -1, "CALL dropped\r\n");
+    }
+  };
+  EXPECT_EQ(qnrdb_indi(kAllConnections, "CALL", -1, "CALL rings\r\n"), 0);
+  EXPECT_THAT(heard, ElementsAre("CALL rings\r\n", "CALL answered\r\n", "CALL dropped\r\n",
+                                 "IP hostname studio\r\n"));
+  EXPECT_THAT(Sent(), ElementsAre("2:CALL rings|", "5:CALL rings|", "2:CALL answered|", "5:CALL answered|",
+                                  "2:CALL dropped|", "5:CALL dropped|", "5:IP hostname studio|"));
+  EXPECT_EQ(qnrdb_indi(kAllConnections, "CALL", -1, "CALL again\r\n"), 0);
+  EXPECT_THAT(Sent(), ElementsAre("2:CALL again|", "5:CALL again|")) << "nothing waits any longer";
+}
+
 TEST_F(Pushes, ThePanelModelHearsWithoutAnySubscriber) {
   EXPECT_EQ(qnrdb_indi(kAllConnections, "GPO", 0, nullptr), 0);
   EXPECT_THAT(Heard(), ElementsAre("GPO 1 hhhhh|"));

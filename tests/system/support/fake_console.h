@@ -1,6 +1,6 @@
 // The mixing console's side of the connection that the station makes: listens, takes one station at a time,
-// keeps what it says. Refusing is a port where nobody listens; it stays ours all the same, so that no test that
-// runs at the same time can listen there meanwhile.
+// keeps what it says. Refusing is a port where nobody listens; it stays ours all the same, so that no test
+// that runs at the same time can listen there meanwhile.
 #pragma once
 
 #include <gtest/gtest.h>
