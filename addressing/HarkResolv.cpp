@@ -38,6 +38,14 @@ std::string_view address_of(const harkurl_info& info) {
 
 bool is_station_line(const char* line) { return line[0] != '\0' && line[0] != '#' && line[0] != '\t'; }
 
+// Whether the line's display name can be the label that is asked for: most lines are told apart here, before
+// any of them is copied and parsed.
+bool can_match(std::string_view line, const Key& key) {
+  if (key.kind != kResolveLabel) return true;
+  if (line.starts_with('"')) line.remove_prefix(1);
+  return line.starts_with(key.text);
+}
+
 bool matches(const Key& key, const harkurl_info& info) {
   return key.text == (key.kind == kResolveLabel ? harkurl_name(info) : address_of(info));
 }
@@ -71,7 +79,10 @@ void take_details(TextLines& lines, HarkResolvInfo& info) {
 
 // Searches from where `lines` stands. The first match wins.
 int search(TextLines& lines, const Key& key, HarkResolvInfo& info) {
-  for (Line line; lines.next_text(line);) {
+  while (const std::optional<std::string_view> text = lines.next()) {
+    if (!can_match(*text, key)) continue;
+    Line line;
+    copy_text(line, without_line_end(*text));
     if (!is_station_line(line.data())) continue;
     harkurl_info station;
     (void)harkurl_parse(line.data(), &station);

@@ -32,7 +32,7 @@ struct HarkResolvInfo {
                                // set if what stands for it is no address
   const char* addr = nullptr;  // out: where the address begins inside `url`, null if nowhere
   std::size_t addr_len = 0;    // out: its length, a SIP port left out
-  int trgl = 0;                // out: trigger level, zero-based, -1 if the station has none
+  int trgl = -1;               // out: trigger level, zero-based, -1 if the station has none
 };
 
 // A search with the signature of HarkResolv2. 0 found, below 0 not.

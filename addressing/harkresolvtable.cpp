@@ -21,35 +21,19 @@ auto find_exact(harkresolvtable& table, std::string_view name, std::string_view 
   });
 }
 
-// Names come from the network. A control character in one must not start a line of its own.
-std::string one_line(std::string_view text) {
-  std::string line(text);
-  std::replace_if(
-      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '?');
-  return line;
-}
-
 // Readers take lines of a limited length. What is beyond it must not be read as a line of its own.
 void append_line(std::string& text, std::string_view line) {
   text.append(line.substr(0, kSourceLineSize - 1)).append("\n");
 }
 
-// A name that begins a comment, or looks like a quoted name or an address, would be read as something else.
-std::string written_name(std::string_view name) {
-  std::string text = one_line(name);
-  std::replace(text.begin(), text.end(), '<', '?');
-  if (!text.empty() && (text[0] == '#' || text[0] == '"')) text[0] = '?';
-  return text;
-}
-
 void append_detail(std::string& text, std::string_view name, std::string_view value) {
-  append_line(text, "\t" + std::string(name) + " " + one_line(value));
+  append_line(text, "\t" + std::string(name) + " " + table_text(value));
 }
 
 void append_entry(std::string& text, const harkresolvtable_entry& entry) {
-  std::string line = written_name(entry.name);
+  std::string line = table_name(entry.name);
   // The blank belongs to the layout: without it a reader cuts the name's last character.
-  if (!entry.url.empty() || entry.trgl != 0) line += " <" + one_line(entry.url) + ">";
+  if (!entry.url.empty() || entry.trgl != 0) line += " <" + table_text(entry.url) + ">";
   if (entry.trgl != 0) line += ";trgl=" + std::to_string(entry.trgl);
   append_line(text, line);
   if (!entry.domain.empty() && entry.domain != kLocalDomain) append_detail(text, "domain", entry.domain);
@@ -59,6 +43,20 @@ void append_entry(std::string& text, const harkresolvtable_entry& entry) {
 }
 
 }  // namespace
+
+std::string table_text(std::string_view text) {
+  std::string line(text);
+  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' '; };
+  std::replace_if(line.begin(), line.end(), is_control, '?');
+  return line;
+}
+
+std::string table_name(std::string_view name) {
+  std::string text = table_text(name);
+  std::replace(text.begin(), text.end(), '<', '?');
+  if (!text.empty() && (text[0] == '#' || text[0] == '"')) text[0] = '?';
+  return text;
+}
 
 harkresolvtable_entry& harkresolvtable_add(harkresolvtable& table, std::string_view name,
                                            std::string_view domain) {

@@ -23,6 +23,7 @@ struct harkresolvtable_entry {
   in_addr_t rtpa = 0;      // address of the station's audio, network order; 0: unknown
   std::uint16_t port = 0;  // the station's control port, host order; 0: unknown
   std::string url;         // empty: unknown
+  bool learned = false;    // known by its calls alone, not discovered
 };
 
 // Newest first. Entries stay where they are in memory until they are removed.
@@ -34,7 +35,13 @@ extern harkresolvtable harkd_dynamicsources;
 // Path of the file. Writable for deployments and tests; empty: no file is written.
 extern std::string table_file;
 
-// Called first when an entry is freed, for what belongs to the entry elsewhere. Filled by discovery.
+// `text` as a line of the file can hold it: control characters become "?".
+[[nodiscard]] std::string table_text(std::string_view text);
+// The same of a name, in which what would be read as a comment, a quoted name or an address becomes "?" too.
+[[nodiscard]] std::string table_name(std::string_view name);
+
+// Called first when an entry is freed, for what belongs to the entry elsewhere; it must not change the table.
+// Filled by discovery.
 extern void (*bonjour_harkresolvtable_free_entry_callback)(harkresolvtable_entry& entry);
 
 // The entry of `name` in `domain` (empty: in any), made and written to the file if there is none. Valid until

@@ -25,22 +25,30 @@ Label label_of_call(const harkurl_info& url) {
 }
 
 // Forgets the station that was learned first when there are too many, so that callers with ever new names
-// fill neither memory nor file. Discovered stations, which have a host, stay.
-void make_room(const Label& label) {
+// fill neither memory nor file.
+void make_room() {
   if (harkd_dynamicsources.size() < kMostStations) return;
-  if (harkresolvtable_lookup(harkd_dynamicsources, label.data(), kLocalDomain) != nullptr) return;
   const auto oldest = std::find_if(harkd_dynamicsources.rbegin(), harkd_dynamicsources.rend(),
-                                   [](const harkresolvtable_entry& entry) { return entry.host.empty(); });
+                                   [](const harkresolvtable_entry& entry) { return entry.learned; });
   if (oldest != harkd_dynamicsources.rend())
     harkresolvtable_free_entry(harkd_dynamicsources, std::prev(oldest.base()));
 }
 
+harkresolvtable_entry& learned_entry(const std::string& label) {
+  if (harkresolvtable_entry* known = harkresolvtable_lookup(harkd_dynamicsources, label, kLocalDomain))
+    return *known;
+  make_room();
+  harkresolvtable_entry& entry = harkresolvtable_add(harkd_dynamicsources, label, kLocalDomain);
+  entry.learned = true;
+  return entry;
+}
+
+// All texts are the caller's: they are held to what the file can hold, so that memory and file say the same.
 void learn(const Label& label, const harkurl_info& url) {
-  make_room(label);
   const auto trgl = static_cast<std::uint32_t>(url_tagl(url.tags, "trgl"));
-  harkresolvtable_entry& entry = harkresolvtable_add(harkd_dynamicsources, label.data(), kLocalDomain);
-  bool changed = strupd(entry.url, {url.url, url.url_len});
-  changed = strupd(entry.alt, harkurl_name(url)) || changed;
+  harkresolvtable_entry& entry = learned_entry(table_name(label.data()));
+  bool changed = strupd(entry.url, table_text({url.url, url.url_len}));
+  changed = strupd(entry.alt, table_text(harkurl_name(url))) || changed;
   changed = entry.trgl != trgl || changed;
   entry.trgl = trgl;
   if (!changed) return;

@@ -16,7 +16,8 @@ namespace hark {
 namespace {
 
 constexpr std::size_t kReadSize = 16384;
-constexpr mode_t kFileMode = 0666;  // less the umask
+constexpr std::size_t kLongestFile = 16U << 20;  // far more than any list of stations
+constexpr mode_t kFileMode = 0666;               // less the umask
 
 bool is_regular(int fd) {
   struct stat info {};
@@ -38,6 +39,7 @@ std::optional<std::string> read_text_file(const std::string& path) {
   for (;;) {
     const ssize_t got = ::read(fd.get(), piece.data(), piece.size());
     if (got == 0) return content;
+    if (got > 0 && content.size() > kLongestFile) return std::nullopt;
     if (got > 0) {
       content.append(piece.data(), static_cast<std::size_t>(got));
     } else if (errno != EINTR) {

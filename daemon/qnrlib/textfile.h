@@ -10,8 +10,9 @@
 
 namespace hark {
 
-// The content of the file at `path`. None when it cannot be opened or read, or is no regular file: a folder
-// or a pipe under the name of a file must neither stop the loop nor pass for an empty file.
+// The content of the file at `path`. None when it cannot be opened or read, is longer than 16 MiB, or is no
+// regular file: a folder or a pipe under the name of a file must neither stop the loop nor pass for an empty
+// file.
 [[nodiscard]] std::optional<std::string> read_text_file(const std::string& path);
 
 // Writes `content` to `path` with "~" appended and renames that over `path`. False when it could not be

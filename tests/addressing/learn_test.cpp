@@ -245,7 +245,7 @@ TEST_F(DynamicLearn, SemicolonInADisplayNameMakesNobodySomebodyElse) {
 
 // Callers with ever new names fill neither memory nor file.
 TEST_F(DynamicLearn, OldestOfTooManyIsForgottenButNoDiscoveredOne) {
-  harkresolvtable_add(harkd_dynamicsources, "Found", kLocalDomain).host = "found.local.";
+  (void)harkresolvtable_add(harkd_dynamicsources, "Found", kLocalDomain);
   table_file.clear();  // the file is not what is looked at, and a thousand times writing it takes long
   for (int i = 0; i < 1100; ++i)
     (void)Learn(("hark:10.0.0.1;label=" + std::to_string(i)).c_str());
@@ -254,6 +254,14 @@ TEST_F(DynamicLearn, OldestOfTooManyIsForgottenButNoDiscoveredOne) {
   EXPECT_EQ(harkresolvtable_lookup(harkd_dynamicsources, "100", kLocalDomain), nullptr);
   EXPECT_NE(harkresolvtable_lookup(harkd_dynamicsources, "101", kLocalDomain), nullptr);
   EXPECT_NE(harkresolvtable_lookup(harkd_dynamicsources, "1099", kLocalDomain), nullptr);
+}
+
+TEST_F(DynamicLearn, NameOfACallerIsHeldToWhatTheFileCanHold) {
+  ASSERT_EQ(Learn("hark:10.0.0.1;label=a\\010\\060b"), 0);
+  EXPECT_EQ(harkd_dynamicsources.front().name, "a??b");
+  EXPECT_STREQ(query_.label.data(), "a??b");
+  EXPECT_EQ(Learn("hark:10.0.0.2;label=#b"), 0);
+  EXPECT_STREQ(query_.label.data(), "?b");
 }
 
 TEST_F(DynamicLearn, OddCallsDoNoHarm) {
