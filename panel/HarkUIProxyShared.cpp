@@ -64,13 +64,30 @@ std::unique_ptr<HarkUIProxyShared> HarkUIProxyShared::Create(int nkeys, const st
 
 void HarkUIProxyShared::load_shift() { (void)ChannelAssignmentTableLoad(conf_path, shift.data(), *table_); }
 
+void HarkUIProxyShared::reload_channels() {
+  if (shift[0] == '\0') shift = GetDefaultShift(conf_path);
+  load_shift();
+  callstack_stackunassignedcalls();
+  dirty |= kDirtyLabels | kDirtyIndicators | kDirtyShiftList;
+}
+
+// Before the table is changed and saved: what another program wrote since the last look comes first, or the
+// save would put the old state over it.
+void HarkUIProxyShared::take_foreign_changes() {
+  const TimeUs modified = modified_at(conf_path);
+  if (modified == saved_mtime_ || !has_changed(conf_path, conf_mtime_)) return;
+  reload_channels();
+}
+
 void HarkUIProxyShared::save_shift() {
   if (shift[0] == '\0') copy_text(shift, kDefaultShift);
   (void)ChannelAssignmentTableSave(conf_path, shift.data(), nullptr, *table_);
+  saved_mtime_ = modified_at(conf_path);
 }
 
 void HarkUIProxyShared::AssignChannel(int index, const char* label) {
   if (index < 0 || index >= nkeys()) return;
+  take_foreign_changes();
   ChannelAssignmentTableSet(*table_, index, nullptr, label);
   save_shift();
   // The model's own change must not make it load the file again.
@@ -164,12 +181,7 @@ std::uint8_t HarkUIProxyShared::ComputeGPO() const {
 
 void HarkUIProxyShared::TimerAction() {
   dirty |= kDirtyIndicators;
-  if (has_changed(conf_path, conf_mtime_)) {
-    if (shift[0] == '\0') shift = GetDefaultShift(conf_path);
-    load_shift();
-    callstack_stackunassignedcalls();
-    dirty |= kDirtyLabels | kDirtyShiftList;
-  }
+  if (has_changed(conf_path, conf_mtime_)) reload_channels();
   if (has_changed(harksources_file, sources_mtime_)) dirty |= kDirtyLabels | kDirtyChannelList;
 }
 

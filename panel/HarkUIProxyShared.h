@@ -133,6 +133,8 @@ class HarkUIProxyShared {
   HarkUIProxyShared(std::unique_ptr<ChannelAssignmentTable> table, Send send, int context);
   void load_shift();
   void save_shift();
+  void reload_channels();
+  void take_foreign_changes();
   bool taps(bool down, std::uint32_t ms);
   void press_assign(bool down);
   void press_group(bool down, bool tap);
@@ -151,7 +153,8 @@ class HarkUIProxyShared {
   Send send_;
   int context_;
   std::unique_ptr<ChannelAssignmentTable> table_;
-  TimeUs conf_mtime_ = 0;
+  TimeUs conf_mtime_ = 0;   // of the channel file that is loaded
+  TimeUs saved_mtime_ = 0;  // of the one that the model wrote last
   TimeUs sources_mtime_ = 0;
   // Shared by all panels and keys: two panels that press at the same moment disturb each other's tap test.
   std::uint32_t press_ms_ = 0;

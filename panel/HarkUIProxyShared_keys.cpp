@@ -116,6 +116,7 @@ void HarkUIProxyShared::press_mute(Signature key, bool down) {
 // Flips the membership of a station.
 void HarkUIProxyShared::edit_group(std::string_view label) {
   if (label.empty()) return;
+  take_foreign_changes();
   std::list<std::string>& group = table_->group;
   const auto member = std::find(group.begin(), group.end(), label);
   if (member != group.end()) {

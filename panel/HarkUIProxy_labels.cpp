@@ -72,7 +72,7 @@ void HarkUIProxy::update_label(int index, bool changed, LabelResolver& resolver)
   // A key keeps its label for as long as its call is up.
   if (key.text && *key.text != label && shared_->status_of(*key.text) != 0) return;
   ResolvedLabel found;
-  (void)resolver.find(label.c_str(), found.info);
+  if (resolver.find(label.c_str(), found.info) != 0) found.url[0] = '\0';
   bool due = changed;
   due = replace(key.text, label) || due;
   due = replace(key.alt, found.alt.data()) || due;

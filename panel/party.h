@@ -33,8 +33,8 @@ struct ICCONNECTION {
   TimeUs idle_since = 0;  // when it last became idle
   bool idle = false;
   bool answered = false;  // talk or listen has been on
-  std::uint8_t answering =
-      0;  // rings whose answer is on its way: what it reports itself is not answered again
+  // Rings whose answer is on its way: what the answer itself reports is not answered again.
+  std::uint8_t answering = 0;
 };
 
 // Newest first. Parties stay where they are in memory until they are forgotten, which icconnections_set alone

@@ -52,6 +52,17 @@ TEST_F(ModelAssign, ReleasedChannelKeyReceivesTheAutoAnswerLabel) {
   EXPECT_THAT(Sent(), IsEmpty());
 }
 
+// The table in memory once was written over what another program had changed since the last look at the file.
+TEST_F(ModelAssign, ChangeOfAnotherProgramIsTakenBeforeTheFileIsWritten) {
+  Channels("SHIFT LABL:\"Day\"\nHARKCH 5 LABL:\"Yan\"\nHARKGR 1 LABL:\"Zed\"\n\n");
+  model->AssignChannel(0, "Cat");
+  EXPECT_EQ(ChannelFile(),
+            "SHIFT LABL:\"Day\"\nHARKCH 1 LABL:\"Cat\"\nHARKCH 5 LABL:\"Yan\"\nHARKGR 1 LABL:\"Zed\"\n\n");
+  EXPECT_EQ(Dirty(), kDirtyLabels | kDirtyIndicators | kDirtyShiftList);
+  model->TimerAction();
+  EXPECT_EQ(Dirty(), kDirtyIndicators) << "its own save is none of others";
+}
+
 TEST_F(ModelAssign, EmptyLabelClearsTheKey) {
   Arm();
   model->SetAALabel("");

@@ -135,6 +135,7 @@ void Bench::WriteSources(const std::vector<reference::Source>& sources) {
 
 void Bench::WriteChannels(const std::vector<reference::Section>& sections) {
   reference_->channels = {true, sections};
+  reference_->rewritten = true;
   folder_.Write("harkch.conf", reference_->channels.text());
   Note("channel file:\n" + reference_->channels.text());
 }
@@ -143,6 +144,7 @@ void Bench::RemoveChannels() {
   Note("channel file removed");
   if (folder_.Has("harkch.conf")) folder_.Remove("harkch.conf");
   reference_->channels = {false, {}};
+  reference_->rewritten = false;
 }
 
 }  // namespace hark

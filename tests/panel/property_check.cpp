@@ -179,7 +179,10 @@ void Bench::CheckSavedFile() {
   if (std::exchange(saves_seen_, reference_->saves) == reference_->saves) return;
   // A save that the daemon does not note is loaded again. Its time must not be the one it noted last, which
   // it could be on a fast machine: files know the time by the tick.
-  if (reference_->last_save_unnoted) folder_.SetTime("harkch.conf", ++save_time_);
+  if (reference_->last_save_unnoted) {
+    folder_.SetTime("harkch.conf", ++save_time_);
+    reference_->rewritten = true;  // a time that is not the save's own is another program's
+  }
   const auto loaded = ChannelAssignmentTableAlloc(kBenchKeys);
   (void)ChannelAssignmentTableLoad(model_->conf_path, model_->shift.data(), *loaded);
   loaded->group.reverse();

@@ -82,6 +82,7 @@ bool Station::group_call(bool on) {
 
 void Station::edit_group(const std::string& label) {
   if (label.empty()) return;
+  if (rewritten) reload();
   const auto found = std::find(table.group.begin(), table.group.end(), label);
   if (found != table.group.end()) {
     table.group.erase(found);

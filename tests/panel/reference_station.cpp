@@ -201,8 +201,17 @@ void Station::save() {
   last_save_unnoted = true;
 }
 
+void Station::reload() {
+  rewritten = false;
+  if (shift.empty()) shift = channels.default_shift();
+  load();
+  stack_unassigned();
+  dirty_ |= kLabels | kIndicators;
+}
+
 void Station::assign(int index, const std::string& label) {
   if (index < 0 || index >= nkeys_) return;
+  if (rewritten) reload();
   Assignment& entry = table.entries[static_cast<std::size_t>(index)];
   entry.label = label;
   entry.url.reset();
@@ -224,10 +233,7 @@ void Station::timer_action() {
   dirty_ |= kIndicators;
   if (const long long time = file_time(channels_path_); time != 0 && time != channels_time_) {
     channels_time_ = time;
-    if (shift.empty()) shift = channels.default_shift();
-    load();
-    stack_unassigned();
-    dirty_ |= kLabels;
+    reload();
   }
   if (const long long time = file_time(sources_path_); time != 0 && time != sources_time_) {
     sources_time_ = time;

@@ -93,6 +93,7 @@ class Station {
   Group group_state = Group::kIdle;
   std::vector<std::string> sent;   // commands and events, in order
   int saves = 0;                   // of the channel file
+  bool rewritten = false;          // by another program, since it was last loaded for that reason
   bool last_save_unnoted = false;  // the daemon will take it for another program's
   // State bits that a party was forgotten with, until they are reported anew: the time of a recent call runs
   // from when a party became idle, and a ring, in or out, does not stop it.
@@ -120,6 +121,7 @@ class Station {
   void set_aa(const std::string& label);
   void assign(int index, const std::string& label);
   void load();
+  void reload();
   void save();
 
   // The keys (reference_keys.cpp).
