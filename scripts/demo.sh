@@ -19,10 +19,20 @@ ctrl_port=${HARK_DEMO_PORT:-14013}
 station_pid=
 sim_pid=
 
+# Waits up to 10 seconds for the end of a process, then ends it; the status is the process's own.
+ended() {
+  for _ in $(seq 200); do
+    kill -0 "$1" 2>/dev/null || break
+    sleep 0.05
+  done
+  kill -KILL "$1" 2>/dev/null || true
+  wait "$1"
+}
+
 stop() {
   [ -z "$station_pid" ] || kill "$station_pid" 2>/dev/null || true
   [ -z "$sim_pid" ] || kill "$sim_pid" 2>/dev/null || true
-  wait 2>/dev/null || true
+  for pid in $station_pid $sim_pid; do ended "$pid" 2>/dev/null || true; done
   rm -rf "$root"
 }
 trap stop EXIT
@@ -39,6 +49,7 @@ wait_for() {
   local file=$1 text=$2
   for _ in $(seq 200); do
     grep -qF -- "$text" "$file" 2>/dev/null && return 0
+    [ -z "$station_pid" ] || kill -0 "$station_pid" 2>/dev/null || fail "the station ended; is port $ctrl_port taken?"
     sleep 0.05
   done
   fail "waited in vain for: $text"
@@ -47,9 +58,11 @@ wait_for() {
 # Shows what the mixer and the console printed since the last time.
 shown=0
 show_mixer() {
-  tail -n +$((shown + 1)) "$root/mixer.log" |
+  local end
+  end=$(wc -l <"$root/mixer.log")
+  sed -n "$((shown + 1)),${end}p" "$root/mixer.log" |
     sed -E '/^(Intercom|FaCH|key module|[0-9]| )|console/s/^/   console | /;t;s/^/   mixer | /'
-  shown=$(wc -l <"$root/mixer.log")
+  shown=$end
 }
 
 # The operator at the console, or a far contact at the routing daemon, does something; waits for what it brings about,
@@ -59,7 +72,7 @@ operate() {
   echo "   # $line"
   echo "$line" >&4
   for _ in $(seq 200); do
-    tail -n +$((shown + 1)) "$root/mixer.log" | grep -qF -- "$answer" && { show_mixer; return 0; }
+    tail -n +$((shown + 1)) "$root/mixer.log" | grep -F -- "$answer" >/dev/null && { show_mixer; return 0; }
     sleep 0.05
   done
   fail "waited in vain for: $answer"
@@ -128,9 +141,7 @@ say "Dropping all three: each ends 400 ms after it was asked for"
 control 'CALL URL:"quillnet:239.192.4.211" LISTEN:0' 'LISTEN:0'
 control 'CALL URL:"quillnet:239.192.4.210" LISTEN:0' 'LISTEN:0'
 control 'CALL URL:"quillnet:239.192.4.212" TALK:0' 'TALK:0'
-echo show >&4
-sleep 0.2
-show_mixer
+operate show 'mix goes'
 
 say "A key module is plugged in at the console: the displays get the labels of the channel file"
 operate 'module 1' 'Intercom.menu list='
@@ -167,9 +178,9 @@ fi
 
 say "Stopping the station"
 kill -TERM "$station_pid"
-wait "$station_pid" || fail "the station ended with status $?"
+ended "$station_pid" || fail "the station ended with status $?"
 station_pid=
 echo quit >&4
-wait "$sim_pid" || fail "the routing daemon refused a command of the station"
+ended "$sim_pid" || fail "the routing daemon refused a command of the station"
 sim_pid=
 echo "   both ended cleanly"

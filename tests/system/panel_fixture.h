@@ -52,7 +52,10 @@ class NetworkPanel : public Pumped {
   [[nodiscard]] bool wait_closed() { return client_.wait_closed(); }
 
   // Sends one line as it stands, or one behind "HARKUI#id.".
-  bool send(const std::string& line) { return client_.send_line(line); }
+  bool send(const std::string& line) {
+    sent_mark_ = all_lines_.size();
+    return client_.send_line(line);
+  }
   bool tell(const std::string& object) { return send("HARKUI#" + id_ + "." + object); }
   bool press(const std::string& key, int ms) {
     return tell("BUT#" + key + " KEY=DOWN T=" + std::to_string(ms));
@@ -93,6 +96,7 @@ class NetworkPanel : public Pumped {
   Client client_;
   Lines lines_;
   Lines all_lines_;
+  std::size_t sent_mark_ = 0;  // how many lines had come when it sent something last
   int answers_ = 0;
 };
 

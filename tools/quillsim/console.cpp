@@ -19,20 +19,22 @@ Console::Console(int type, Printer printer) : printer_(std::move(printer)), modu
 bool Console::send(std::string_view line) { return send_raw(std::string(line) + "\r\n"); }
 
 bool Console::press(int key) {
-  const bool down = hold(key);
-  return release(key) && down;
+  held_.erase(key);
+  ++looks_;
+  // In one piece: the station takes the time between the two from its own clock.
+  return subscribed_ && send("EVENT " + key_text(key, true) + "\r\nEVENT " + key_text(key, false));
 }
 
 bool Console::hold(int key) {
   held_.insert(key);
   ++looks_;
-  return key_event(key, true);
+  return event(key_text(key, true));
 }
 
 bool Console::release(int key) {
   held_.erase(key);
   ++looks_;
-  return key_event(key, false);
+  return event(key_text(key, false));
 }
 
 bool Console::turn(int rotary, int clicks) {
@@ -86,11 +88,11 @@ void Console::link_closed() {
 
 bool Console::event(const std::string& text) { return subscribed_ && send("EVENT " + text); }
 
-bool Console::key_event(int key, bool down) {
+std::string Console::key_text(int key, bool down) const {
   // The channel keys of a coloured module are objects of their own kind.
   const bool coloured = module_.shape().coloured && key < kTalkAnswerKey;
-  return event(std::string("Intercom.") + (coloured ? "key#" : "btn#") + std::to_string(key) +
-               " KEY=" + (down ? "DOWN" : "UP"));
+  return std::string("Intercom.") + (coloured ? "key#" : "btn#") + std::to_string(key) +
+         " KEY=" + (down ? "DOWN" : "UP");
 }
 
 void Console::carry_out(std::string_view line, const ConsoleCommand& command) {

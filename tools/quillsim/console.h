@@ -91,7 +91,7 @@ class Console : private LinkUser {
   void link_bad_line(std::string_view line, std::string_view reason) override { refuse(line, reason); }
   void link_closed() override;
   bool event(const std::string& text);
-  bool key_event(int key, bool down);
+  [[nodiscard]] std::string key_text(int key, bool down) const;
   void carry_out(std::string_view line, const ConsoleCommand& command);
   void refuse(std::string_view line, std::string_view reason);
   void print(const std::string& line);

@@ -35,8 +35,8 @@ const char kConsoleScriptHelp[] =
 
 namespace {
 
-constexpr int kMaxNumber =
-    999;  // of keys, displays, clicks; more than any module has, for mistakes on purpose
+// Of keys, displays, clicks; more than any module has, for mistakes on purpose.
+constexpr int kMaxNumber = 999;
 constexpr int kMaxFaderNumber = 9999;
 constexpr int kMaxType = 99;
 
@@ -124,7 +124,8 @@ ConsoleStep wait_key(Scanner& in, Console& console) {
   if (!off || !on || !in.at_end()) return unknown();
   return wait_until([&console, key = *key, off = *off, on = *on] {
     const KeyLight light = console.light(key);
-    return light.off == off && light.on == on;
+    if (off == on) return light.off == off && (light.how == Lamp::kOff || light.on == off);
+    return light.off == off && light.on == on && light.how != Lamp::kOff;
   });
 }
 

@@ -17,6 +17,7 @@ namespace {
 constexpr int kBacklog = 8;
 constexpr int kReadsPerServe = 64;  // a station that floods must not hold up the owner's loop
 constexpr std::size_t kReadSize = 4096;
+constexpr std::size_t kMostUnsent = 16U << 20;
 
 std::string address_text(const sockaddr_in& address) {
   std::array<char, INET_ADDRSTRLEN> text{};
@@ -88,6 +89,11 @@ void Link::close() {
 
 bool Link::send_raw(std::string_view bytes) {
   if (!connected()) return false;
+  // A station that does not read is as good as gone.
+  if (unsent_.size() > kMostUnsent) {
+    close();
+    return false;
+  }
   unsent_.append(bytes);
   write_station();
   return connected();
