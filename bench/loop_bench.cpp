@@ -136,7 +136,7 @@ void run_daemon(const TempRoot& root, int ctrl_port, int qnr_port, const Signal&
   for (std::size_t i = 0; i < kStations.size(); ++i) {
     Times refreshes;
     for (int round = 0; round < kRefreshes; ++round) {
-      root.write_sources(station_file(kStations[i], round));
+      root.write_sources(station_file(kStations[i], round + 1));
       server.model->dirty |= kDirtyStations;
       refreshes.add(time_of([] { loop_passes(1, Wait::kNoSockets); }));
       tell(done, found);

@@ -10,7 +10,16 @@ namespace {
 constexpr const char* kIdentity =
     "HARK LABL:\"Bench\" DROPFLASH:0\r\nSRC 1 PSNM:\"Bench\" RTPA:\"239.192.0.77\"\r\n";
 
-std::string sources() { return std::string(kSourceLabel) + " <quillnet:" + kSource + ">;gpio=1;gpiol=1\n"; }
+// An ordinary station's file; the source that is called stands last, so that all others are looked at before
+// it.
+std::string sources() {
+  constexpr int kOthers = 499;
+  std::string text;
+  for (int i = 0; i < kOthers; ++i)
+    text += "Station" + std::to_string(i) + " <hark:10.0." + std::to_string(i / 250) + "." +
+            std::to_string(i % 250 + 1) + ">;trgl=4\n\talt Alt " + std::to_string(i) + "\n";
+  return text + kSourceLabel + " <quillnet:" + kSource + ">;gpio=1;gpiol=1\n";
+}
 
 }  // namespace
 
