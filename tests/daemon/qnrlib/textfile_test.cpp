@@ -39,6 +39,14 @@ TEST_F(TextFile, IsReadWholeWhateverItsBytes) {
   }
 }
 
+TEST_F(TextFile, EndlessFileIsNotRead) {
+  const std::string path = folder_.Write("file", "content");
+  std::filesystem::resize_file(path, 16U << 20);
+  EXPECT_TRUE(read_text_file(path).has_value());
+  std::filesystem::resize_file(path, 17U << 20);
+  EXPECT_FALSE(read_text_file(path).has_value());
+}
+
 TEST_F(TextFile, IsReadThroughALink) {
   folder_.Write("file", "content");
   std::filesystem::create_symlink(folder_.File("file"), folder_.File("link"));
