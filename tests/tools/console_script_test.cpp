@@ -55,9 +55,10 @@ class ConsoleScriptTest : public testing::Test {
   hark::test::Client station_;
   std::vector<std::string> out_;
   std::vector<std::string> complaints_;
-  Script script_{*sim_.operator->(), console_.operator->(),
+  Script script_{{*sim_.operator->(), console_.operator->()},
                  [this](const std::string& line) { out_.push_back(line); },
-                 [this](const std::string& line) { complaints_.push_back(line); }, milliseconds(1000)};
+                 [this](const std::string& line) { complaints_.push_back(line); },
+                 milliseconds(1000)};
   Script::Time now_{};
 };
 
@@ -170,7 +171,7 @@ TEST(ConsoleScript, WithoutAConsoleEachDirectiveFails) {
   for (const char* line : {"press 1", "hold 1", "release 1", "turn 129 1", "off-button 1 up", "module 1",
                            "wait-lamp 1 ON", "wait-key 1 RED", "wait-display 1 1 \"a\"", "wait-menu \"a\"",
                            "wait-fader 1 1", "draw", "close-console"}) {
-    const ConsoleStep step = run_console_directive(line, nullptr);
+    const Step step = run_console_directive(line, nullptr);
     EXPECT_TRUE(step.known) << line;
     EXPECT_THAT(step.error, HasSubstr("--console")) << line;
   }

@@ -12,6 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Pair;
 
 Options parsed(const std::vector<std::string>& words) {
   Options options;
@@ -65,6 +66,25 @@ TEST(Options, ConsoleIsNamedOnceItsPortIsKnown) {
   EXPECT_EQ(parsed({}).console_type, std::nullopt);
 }
 
+TEST(Options, FarDeviceListensWhereItIsToldTo) {
+  const Options options = parsed({"--far-device", "127.0.0.3:9301", "--far-password", "secret", "--far-dst",
+                                  "3=239.192.0.7", "--far-dst", "40=1.2.3.4 <^PTT>", "--far-dst", "5="});
+  EXPECT_EQ(options.far_address, "127.0.0.3");
+  EXPECT_EQ(options.far_port, 9301);
+  EXPECT_EQ(options.far_device.password, "secret");
+  EXPECT_THAT(options.far_device.addresses,
+              ElementsAre(Pair(3, "239.192.0.7"), Pair(5, ""), Pair(40, "1.2.3.4 <^PTT>")));
+  const Options port_alone = parsed({"--far-device", "0"});
+  EXPECT_EQ(port_alone.far_address, "") << "as the routing daemon's";
+  EXPECT_EQ(port_alone.far_port, 0);
+  EXPECT_EQ(parsed({}).far_port, std::nullopt);
+}
+
+TEST(Options, GroupIsJoinedOnTheInterfaceOfAnAddress) {
+  EXPECT_EQ(parsed({"--ptt", "10.0.0.7"}).ptt_interface, "10.0.0.7");
+  EXPECT_EQ(parsed({}).ptt_interface, "");
+}
+
 TEST(Options, BadWordsAreNamed) {
   const std::vector<std::vector<std::string>> rows = {
       {"4010"},
@@ -88,6 +108,22 @@ TEST(Options, BadWordsAreNamed) {
       {"--console-port", "4020"},
       {"--draw"},
       {"--console", "1", "--console-ip", "10.0.0.1"},
+      {"--far-device"},
+      {"--far-device", ""},
+      {"--far-device", "65536"},
+      {"--far-device", "127.0.0.1"},
+      {"--far-device", "device:93"},
+      {"--far-device", "127.0.0.1:x"},
+      {"--far-password", "", "--far-device", "0"},
+      {"--far-password", "secret"},
+      {"--far-dst", "3=x"},
+      {"--far-dst", "3", "--far-device", "0"},
+      {"--far-dst", "0=x", "--far-device", "0"},
+      {"--far-dst", "10000=x", "--far-device", "0"},
+      {"--far-dst", "=x", "--far-device", "0"},
+      {"--ptt"},
+      {"--ptt", "eth0"},
+      {"--ptt", "127.0.0.1:4011"},
   };
   for (const auto& row : rows) {
     Options options;
@@ -97,9 +133,29 @@ TEST(Options, BadWordsAreNamed) {
 
 TEST(Options, UsageNamesEveryOptionAndDirective) {
   const std::string usage = usage_text();
-  for (const char* word : {"--listen", "--script", "--device-type", "--console-ip", "--greet", "--wait-limit",
-                           "--console", "--console-port", "--draw", "--strict", "--help", "press N",
-                           "wait MS", "wait-for", "show", "close", "quit"}) {
+  for (const char* word : {"--listen",
+                           "--script",
+                           "--device-type",
+                           "--console-ip",
+                           "--greet",
+                           "--wait-limit",
+                           "--console",
+                           "--console-port",
+                           "--draw",
+                           "--far-device",
+                           "--far-password",
+                           "--far-dst",
+                           "--ptt",
+                           "--strict",
+                           "--help",
+                           "press N",
+                           "far-set N",
+                           "ptt-hold N",
+                           "wait MS",
+                           "wait-for",
+                           "show",
+                           "close",
+                           "quit"}) {
     EXPECT_THAT(usage, HasSubstr(word));
   }
 }

@@ -12,6 +12,7 @@
 
 #include "base/fd.h"
 #include "system/support/client.h"
+#include "system/support/ptt_sim.h"
 #include "system/support/pump.h"
 #include "system/support/temp_root.h"
 
@@ -63,11 +64,18 @@ class Program {
   }
   [[nodiscard]] std::string Out() const { return files_.read("out"); }
   [[nodiscard]] std::string Err() const { return files_.read("err"); }
-  // The port that it says it listens on.
-  [[nodiscard]] int Port() const {
-    if (!Prints(kListening) || !Prints("\n")) return -1;
+  // The port that it says it listens on; one that it says behind other words.
+  [[nodiscard]] int Port() const { return PortBehind(kListening); }
+  [[nodiscard]] int PortBehind(const std::string& words) const {
+    const auto line_begin = [&](const std::string& out) { return ("\n" + out).find("\n" + words); };
+    const bool told = wait_until([&] {
+      const std::string out = Out();
+      const std::size_t at = line_begin(out);
+      return at != std::string::npos && out.find('\n', at) != std::string::npos;
+    });
+    if (!told) return -1;
     const std::string out = Out();
-    return std::atoi(out.c_str() + out.find(kListening) + sizeof kListening - 1);
+    return std::atoi(out.c_str() + line_begin(out) + words.size());
   }
 
  private:
@@ -162,15 +170,46 @@ TEST(QuillsimProgram, PlaysAConsoleThatItNamesToTheStation) {
 
 TEST(QuillsimProgram, StrictCountsTheMistakesAtTheConsole) {
   Program program({"--listen", "127.0.0.1:0", "--console", "1", "--strict"});
-  const std::string head = "console listening on 127.0.0.1:";
-  ASSERT_GT(program.Port(), 0);
-  ASSERT_TRUE(wait_until(
-      [&] { return program.Out().ends_with("\n") && program.Out().find(head) != std::string::npos; }));
-  const std::string out = program.Out();
-  Client panel(std::atoi(out.c_str() + out.find(head) + head.size()));
+  Client panel(program.PortBehind("console listening on 127.0.0.1:"));
   ASSERT_TRUE(panel.send_line("nonsense"));
   ASSERT_TRUE(program.Prints("REFUSED by the console: no such command of a console: nonsense"));
   EXPECT_EQ(program.Signal(SIGTERM), 1);
+}
+
+TEST(QuillsimProgram, PlaysAFarDevice) {
+  Program program({"--listen", "127.0.0.1:0", "--far-device", "0", "--far-password", "secret", "--far-dst",
+                   "3=239.192.0.7", "--strict"});
+  const int port = program.PortBehind("far device listening on 127.0.0.1:");
+  ASSERT_GT(port, 0);
+  Client station(port);
+  ASSERT_TRUE(station.send_raw("DST\n"));
+  EXPECT_TRUE(station.skip_to("DST 3 NAME:\"Output 3\" ADDR:\"239.192.0.7\""));
+  EXPECT_TRUE(station.skip_to("DST 16 "));
+  program.Type("wait-far 3 \"x\"\nfar-set 3 \"y\"\n");
+  ASSERT_TRUE(station.send_raw("LOGIN secret\nDST 3 ADDR:\"x\"\n"));
+  EXPECT_TRUE(station.expect_line("LOGIN OK"));
+  EXPECT_TRUE(program.Prints("far DST 3 ADDR:\"x\"  (by 127.0.0.1:"));
+  EXPECT_TRUE(station.skip_to("DST 3 NAME:\"Output 3\" ADDR:\"y\""));
+  EXPECT_TRUE(program.Prints("far DST 3 ADDR:\"y\"  (by somebody else)\n"));
+  ASSERT_TRUE(station.ask("LOGIN no", "ERROR 1001 not logged in"));
+  EXPECT_EQ(program.Signal(SIGTERM), 1) << "a login that failed is a mistake";
+}
+
+TEST(QuillsimProgram, ServesRequestsToTalk) {
+  const int channel = hark::test::own_ptt_channel(0);
+  Program program({"--listen", "127.0.0.1:0", "--ptt", "127.0.0.1"});
+  ASSERT_TRUE(program.Prints("joined 239.192.255.4 on 127.0.0.1\n"));
+  hark::test::PttListener station;
+  ASSERT_TRUE(station.request({channel, true, 7, 100}));
+  const std::string name = "QnCH#" + std::to_string(channel);
+  EXPECT_TRUE(station.wait_text("INDI " + name + " ifb_qnch=7"));
+  EXPECT_TRUE(program.Prints("ptt request: EVENT " + name + " ptt=[DOWN,7,100]\n"));
+  EXPECT_TRUE(station.wait_text("EVENT " + name + " ifb_qnch=0")) << "when the lease is over";
+  EXPECT_TRUE(program.Prints("ptt " + name + " free, lease over\n"));
+
+  Program nowhere({"--listen", "127.0.0.1:0", "--ptt", "192.0.2.99"});
+  EXPECT_EQ(nowhere.WaitExit(), 1);
+  EXPECT_THAT(nowhere.Err(), HasSubstr("cannot join the group on 192.0.2.99"));
 }
 
 TEST(QuillsimProgram, APortThatIsTakenEndsIt) {

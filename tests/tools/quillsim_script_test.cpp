@@ -43,8 +43,10 @@ class ScriptTest : public testing::Test {
   hark::test::Client station_;
   std::vector<std::string> out_;
   std::vector<std::string> complaints_;
-  Script script_{*sim_.operator->(), nullptr, [this](const std::string& line) { out_.push_back(line); },
-                 [this](const std::string& line) { complaints_.push_back(line); }, milliseconds(1000)};
+  Script script_{{*sim_.operator->()},
+                 [this](const std::string& line) { out_.push_back(line); },
+                 [this](const std::string& line) { complaints_.push_back(line); },
+                 milliseconds(1000)};
   Script::Time now_{};
 };
 

@@ -70,16 +70,15 @@ void Console::link_turned_away(const std::string& from) {
   print("a second station from " + from + " turned away from the console");
 }
 
-void Console::link_line(std::string_view line) {
+void Console::wire_line(std::string_view line) {
   ++lines_received_;
-  const std::size_t text_end = line.find_last_not_of("\r\n");
-  received_.emplace_back(line.substr(0, text_end == std::string_view::npos ? 0 : text_end + 1));
+  received_.emplace_back(without_line_end(line));
   const ParsedConsoleLine parsed = parse_console_command(line);
   if (!parsed.command) return refuse(line, parsed.error);
   carry_out(line, *parsed.command);
 }
 
-void Console::link_closed() {
+void Console::wire_closed() {
   subscribed_ = false;
   module_.darken();
   ++looks_;

@@ -87,9 +87,9 @@ class Console : private LinkUser {
  private:
   void link_opened(const std::string& from) override;
   void link_turned_away(const std::string& from) override;
-  void link_line(std::string_view line) override;
-  void link_bad_line(std::string_view line, std::string_view reason) override { refuse(line, reason); }
-  void link_closed() override;
+  void wire_line(std::string_view line) override;
+  void wire_bad_line(std::string_view line, std::string_view reason) override { refuse(line, reason); }
+  void wire_closed() override;
   bool event(const std::string& text);
   [[nodiscard]] std::string key_text(int key, bool down) const;
   void carry_out(std::string_view line, const ConsoleCommand& command);

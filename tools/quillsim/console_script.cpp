@@ -2,7 +2,6 @@
 
 #include <array>
 #include <optional>
-#include <utility>
 
 #include "tools/quillsim/console_view.h"
 #include "tools/quillsim/scanner.h"
@@ -40,29 +39,7 @@ constexpr int kMaxNumber = 999;
 constexpr int kMaxFaderNumber = 9999;
 constexpr int kMaxType = 99;
 
-ConsoleStep unknown() {
-  ConsoleStep step;
-  step.known = false;
-  return step;
-}
-
-ConsoleStep done_if(bool sent) {
-  ConsoleStep step;
-  if (!sent) step.error = "no station listens to the console";
-  return step;
-}
-
-ConsoleStep wait_until(std::function<bool()> condition) {
-  ConsoleStep step;
-  step.until = std::move(condition);
-  return step;
-}
-
-// The number in front of the rest of the line; none when it is not in the range.
-std::optional<int> take_number(Scanner& in, int min, int max) {
-  const std::optional<int> value = in.number();
-  return value && *value >= min && *value <= max ? value : std::nullopt;
-}
+Step done_if(bool sent) { return done_or(sent, "no station listens to the console"); }
 
 // One number and nothing else.
 std::optional<int> only_number(Scanner& in) {
@@ -70,137 +47,125 @@ std::optional<int> only_number(Scanner& in) {
   return in.at_end() ? value : std::nullopt;
 }
 
-ConsoleStep press(Scanner& in, Console& console) {
+Step press(Scanner& in, Console& console) {
   const std::optional<int> key = only_number(in);
-  return key ? done_if(console.press(*key)) : unknown();
+  return key ? done_if(console.press(*key)) : unknown_step();
 }
 
-ConsoleStep hold(Scanner& in, Console& console) {
+Step hold(Scanner& in, Console& console) {
   const std::optional<int> key = only_number(in);
-  return key ? done_if(console.hold(*key)) : unknown();
+  return key ? done_if(console.hold(*key)) : unknown_step();
 }
 
-ConsoleStep release(Scanner& in, Console& console) {
+Step release(Scanner& in, Console& console) {
   const std::optional<int> key = only_number(in);
-  return key ? done_if(console.release(*key)) : unknown();
+  return key ? done_if(console.release(*key)) : unknown_step();
 }
 
-ConsoleStep turn(Scanner& in, Console& console) {
+Step turn(Scanner& in, Console& console) {
   const std::optional<int> rotary = take_number(in, 0, kMaxNumber);
-  if (!rotary || !in.skip(" ")) return unknown();
+  if (!rotary || !in.skip(" ")) return unknown_step();
   const std::optional<int> clicks = take_number(in, -kMaxNumber, kMaxNumber);
-  return clicks && in.at_end() ? done_if(console.turn(*rotary, *clicks)) : unknown();
+  return clicks && in.at_end() ? done_if(console.turn(*rotary, *clicks)) : unknown_step();
 }
 
-ConsoleStep off_button(Scanner& in, Console& console) {
+Step off_button(Scanner& in, Console& console) {
   const std::optional<int> fader = take_number(in, 0, kMaxFaderNumber);
-  if (!fader) return unknown();
+  if (!fader) return unknown_step();
   if (in.rest() == " down") return done_if(console.off_button(*fader, true));
   if (in.rest() == " up") return done_if(console.off_button(*fader, false));
-  return unknown();
+  return unknown_step();
 }
 
-ConsoleStep module(Scanner& in, Console& console) {
+Step module(Scanner& in, Console& console) {
   const std::optional<int> type =
       in.rest() == "none" ? std::optional<int>(kNoModule) : take_number(in, 0, kMaxType);
-  if (!type || (*type != kNoModule && !in.at_end())) return unknown();
+  if (!type || (*type != kNoModule && !in.at_end())) return unknown_step();
   console.set_type(*type);
   return {};
 }
 
-ConsoleStep wait_lamp(Scanner& in, Console& console) {
+Step wait_lamp(Scanner& in, Console& console) {
   const std::optional<int> button = take_number(in, 0, kMaxNumber);
-  if (!button || !in.skip(" ")) return unknown();
+  if (!button || !in.skip(" ")) return unknown_step();
   const std::optional<Lamp> lamp = lamp_of(in.word());
-  if (!lamp || !in.at_end()) return unknown();
-  return wait_until([&console, button = *button, lamp = *lamp] { return console.lamp(button) == lamp; });
+  if (!lamp || !in.at_end()) return unknown_step();
+  return wait_step([&console, button = *button, lamp = *lamp] { return console.lamp(button) == lamp; });
 }
 
-ConsoleStep wait_key(Scanner& in, Console& console) {
+Step wait_key(Scanner& in, Console& console) {
   const std::optional<int> key = take_number(in, 0, kMaxNumber);
-  if (!key || !in.skip(" ")) return unknown();
+  if (!key || !in.skip(" ")) return unknown_step();
   const std::optional<Colour> off = colour_of(in.word());
   const std::optional<Colour> on = in.skip("/") ? colour_of(in.word()) : off;
-  if (!off || !on || !in.at_end()) return unknown();
-  return wait_until([&console, key = *key, off = *off, on = *on] {
+  if (!off || !on || !in.at_end()) return unknown_step();
+  return wait_step([&console, key = *key, off = *off, on = *on] {
     const KeyLight light = console.light(key);
     if (off == on) return light.off == off && (light.how == Lamp::kOff || light.on == off);
     return light.off == off && light.on == on && light.how != Lamp::kOff;
   });
 }
 
-ConsoleStep wait_display(Scanner& in, Console& console) {
+Step wait_display(Scanner& in, Console& console) {
   const std::optional<int> display = take_number(in, 0, kMaxNumber);
-  if (!display || !in.skip(" ")) return unknown();
+  if (!display || !in.skip(" ")) return unknown_step();
   const std::optional<int> line = take_number(in, 1, 2);
-  if (!line || !in.skip(" ")) return unknown();
+  if (!line || !in.skip(" ")) return unknown_step();
   const std::optional<std::string> text = in.quoted();
-  if (!text || !in.at_end()) return unknown();
-  return wait_until([&console, display = *display, line = *line, text = *text] {
+  if (!text || !in.at_end()) return unknown_step();
+  return wait_step([&console, display = *display, line = *line, text = *text] {
     return console.display(display, line) == text;
   });
 }
 
-ConsoleStep wait_menu(Scanner& in, Console& console) {
+Step wait_menu(Scanner& in, Console& console) {
   const std::optional<std::string> text = in.quoted();
-  if (!text || !in.at_end()) return unknown();
-  return wait_until([&console, text = *text] { return shows(console.menu(), text); });
+  if (!text || !in.at_end()) return unknown_step();
+  return wait_step([&console, text = *text] { return shows(console.menu(), text); });
 }
 
-ConsoleStep wait_fader(Scanner& in, Console& console) {
+Step wait_fader(Scanner& in, Console& console) {
   const std::optional<int> fader = take_number(in, 0, kMaxFaderNumber);
-  if (!fader || !in.skip(" ")) return unknown();
+  if (!fader || !in.skip(" ")) return unknown_step();
   const std::optional<int> source = take_number(in, kNoSource, kMaxFaderSource);
-  if (!source || !in.at_end()) return unknown();
-  return wait_until(
+  if (!source || !in.at_end()) return unknown_step();
+  return wait_step(
       [&console, fader = *fader, source = *source] { return console.fader_source(fader) == source; });
 }
 
-ConsoleStep draw(Scanner& in, Console& console) {
-  if (!in.at_end()) return unknown();
-  ConsoleStep step;
+Step draw(Scanner& in, Console& console) {
+  if (!in.at_end()) return unknown_step();
+  Step step;
   step.out = draw_module(console.module(), console.held(), {});
   return step;
 }
 
-ConsoleStep close_console(Scanner& in, Console& console) {
-  if (!in.at_end()) return unknown();
+Step close_console(Scanner& in, Console& console) {
+  if (!in.at_end()) return unknown_step();
   console.close_station();
   return {};
 }
 
-struct Directive {
-  std::string_view head;  // the word, with the blank behind it if more follows
-  ConsoleStep (*run)(Scanner&, Console&);
-};
 constexpr std::array kDirectives = {
-    Directive{"press ", press},
-    Directive{"hold ", hold},
-    Directive{"release ", release},
-    Directive{"turn ", turn},
-    Directive{"off-button ", off_button},
-    Directive{"module ", module},
-    Directive{"wait-lamp ", wait_lamp},
-    Directive{"wait-key ", wait_key},
-    Directive{"wait-display ", wait_display},
-    Directive{"wait-menu ", wait_menu},
-    Directive{"wait-fader ", wait_fader},
-    Directive{"draw", draw},
-    Directive{"close-console", close_console},
+    Directive<Console>{"press ", press},
+    Directive<Console>{"hold ", hold},
+    Directive<Console>{"release ", release},
+    Directive<Console>{"turn ", turn},
+    Directive<Console>{"off-button ", off_button},
+    Directive<Console>{"module ", module},
+    Directive<Console>{"wait-lamp ", wait_lamp},
+    Directive<Console>{"wait-key ", wait_key},
+    Directive<Console>{"wait-display ", wait_display},
+    Directive<Console>{"wait-menu ", wait_menu},
+    Directive<Console>{"wait-fader ", wait_fader},
+    Directive<Console>{"draw", draw},
+    Directive<Console>{"close-console", close_console},
 };
 
 }  // namespace
 
-ConsoleStep run_console_directive(std::string_view line, Console* console) {
-  Scanner in(line);
-  for (const Directive& directive : kDirectives) {
-    if (!in.skip(directive.head)) continue;
-    if (console != nullptr) return directive.run(in, *console);
-    ConsoleStep step;
-    step.error = "no console is played (--console)";
-    return step;
-  }
-  return unknown();
+Step run_console_directive(std::string_view line, Console* console) {
+  return run_directive(line, console, kDirectives, "no console is played (--console)");
 }
 
 }  // namespace quillsim

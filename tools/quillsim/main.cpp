@@ -1,6 +1,6 @@
-// The program quillsim: one loop over the station at the routing daemon and at the console, the script and
-// the signals that end it. What it prints on standard output is for people and for scripts that wait for a
-// line, so each line goes out at once.
+// The program quillsim: one loop over the station at the routing daemon and at whoever else is played, the
+// script and the signals that end it. What it prints on standard output is for people and for scripts that
+// wait for a line, so each line goes out at once.
 
 #include <sys/select.h>
 #include <unistd.h>
@@ -20,7 +20,9 @@
 
 #include "base/fd.h"
 #include "tools/quillsim/console.h"
+#include "tools/quillsim/far_device.h"
 #include "tools/quillsim/options.h"
+#include "tools/quillsim/ptt_responder.h"
 #include "tools/quillsim/screen.h"
 #include "tools/quillsim/script.h"
 #include "tools/quillsim/sim.h"
@@ -28,7 +30,9 @@
 namespace {
 
 using quillsim::Console;
+using quillsim::FarDevice;
 using quillsim::Options;
+using quillsim::PttResponder;
 using quillsim::Screen;
 using quillsim::Script;
 using quillsim::Sim;
@@ -117,12 +121,36 @@ class StandardInput {
 struct Parts {
   Sim& sim;
   std::optional<Console>& console;
+  std::optional<FarDevice>& far_device;
+  std::optional<PttResponder>& ptt;
   std::optional<Screen>& screen;
   Script& script;
+
+  void fill(fd_set& read, fd_set& write, int& highest) const {
+    sim.fill(read, write, highest);
+    if (console) console->fill(read, write, highest);
+    if (far_device) far_device->fill(read, write, highest);
+    if (ptt) ptt->fill(read, highest);
+  }
+  void serve(const fd_set& read, const fd_set& write) const {
+    sim.serve(read, write);
+    if (console) console->serve(read, write);
+    if (far_device) far_device->serve(read, write);
+    if (ptt) ptt->serve(read, std::chrono::steady_clock::now());
+  }
+  void forget_records() const {
+    sim.forget_records();
+    if (console) console->forget_records();
+    if (far_device) far_device->forget_records();
+    if (ptt) ptt->forget_records();
+  }
+  [[nodiscard]] bool ever_refused() const {
+    return sim.ever_refused() || (console && console->ever_refused()) ||
+           (far_device && far_device->ever_refused()) || (ptt && ptt->ever_refused());
+  }
 };
 
-// How long the loop may sleep: until the script or the screen is due; at most a second, which no case depends
-// on.
+// How long the loop may sleep: until somebody is due; at most a second, which no case depends on.
 timespec sleep_time(const Parts& parts) {
   using std::chrono::nanoseconds;
   nanoseconds left = std::chrono::seconds(1);
@@ -132,6 +160,7 @@ timespec sleep_time(const Parts& parts) {
   };
   wake(parts.script.due());
   if (parts.screen) wake(parts.screen->due());
+  if (parts.ptt) wake(parts.ptt->due());
   timespec time{};
   time.tv_sec = static_cast<time_t>(left.count() / 1'000'000'000);
   time.tv_nsec = static_cast<long>(left.count() % 1'000'000'000);
@@ -141,24 +170,22 @@ timespec sleep_time(const Parts& parts) {
 void run_loop(const Parts& parts, StandardInput& input, const sigset_t& open_signals) {
   while (g_stop == 0) {
     const auto now = std::chrono::steady_clock::now();
+    if (parts.ptt) parts.ptt->run(now);
     parts.script.run(now);
     if (parts.screen) parts.screen->paint(now);
     if (parts.script.quit()) return;
-    parts.sim.forget_records();
-    if (parts.console) parts.console->forget_records();
+    parts.forget_records();
 
     fd_set read;
     fd_set write;
     FD_ZERO(&read);
     FD_ZERO(&write);
     int highest = -1;
-    parts.sim.fill(read, write, highest);
-    if (parts.console) parts.console->fill(read, write, highest);
+    parts.fill(read, write, highest);
     (void)hark::fdset_add(input.fd(), read, highest);
     const timespec timeout = sleep_time(parts);
     if (::pselect(highest + 1, &read, &write, nullptr, &timeout, &open_signals) <= 0) continue;
-    parts.sim.serve(read, write);
-    if (parts.console) parts.console->serve(read, write);
+    parts.serve(read, write);
     if (hark::fdset_has(input.fd(), read)) input.read(parts.script);
   }
 }
@@ -171,6 +198,29 @@ int start_listening(Server& server, const std::string& address, int port) {
     complain("cannot listen on " + address + ":" + std::to_string(port) + ": " + std::strerror(errno));
   }
   return got;
+}
+
+// The two that need nobody else: each starts if it is asked for, and says where it is to be found.
+bool start_far_device(const Options& options, const FarDevice::Printer& print,
+                      std::optional<FarDevice>& far_device) {
+  if (!options.far_port) return true;
+  far_device.emplace(options.far_device, print);
+  const std::string& address = options.far_address.empty() ? options.address : options.far_address;
+  const int port = start_listening(*far_device, address, *options.far_port);
+  if (port < 0) return false;
+  print("far device listening on " + address + ":" + std::to_string(port));
+  return true;
+}
+
+bool start_ptt(const Options& options, const PttResponder::Printer& print, std::optional<PttResponder>& ptt) {
+  if (options.ptt_interface.empty()) return true;
+  ptt.emplace(quillsim::PttOptions{}, print);
+  if (!ptt->open(options.ptt_interface)) {
+    complain("cannot join the group on " + options.ptt_interface + ": " + std::strerror(errno));
+    return false;
+  }
+  print("joined " + std::string(quillsim::kPttGroup) + " on " + options.ptt_interface);
+  return true;
 }
 
 int run(Options options) {
@@ -196,8 +246,14 @@ int run(Options options) {
     announce_console(options, port);
     if (options.draw) screen.emplace(*console, ::isatty(STDOUT_FILENO) == 1, write_out);
   }
+  std::optional<FarDevice> far_device;
+  std::optional<PttResponder> ptt;
+  if (!start_far_device(options, print_for_script, far_device)) return kExitFailed;
+  if (!start_ptt(options, print_for_script, ptt)) return kExitFailed;
   Sim sim(options.sim, print_for_script);
-  Script script(sim, console ? &*console : nullptr, print, complain, options.wait_limit);
+  const quillsim::Players players{sim, console ? &*console : nullptr, far_device ? &*far_device : nullptr,
+                                  ptt ? &*ptt : nullptr};
+  Script script(players, print, complain, options.wait_limit);
   listener = &script;
   if (!options.script.empty() && !load_script(options.script, script)) return kExitFailed;
 
@@ -207,9 +263,9 @@ int run(Options options) {
   if (console) print("console listening on " + options.console_ip);
 
   StandardInput input(options.script.empty());
-  run_loop({sim, console, screen, script}, input, open_signals);
-  const bool refused = sim.ever_refused() || (console && console->ever_refused());
-  return options.strict && (refused || script.failures() > 0) ? kExitFailed : kExitOk;
+  const Parts parts{sim, console, far_device, ptt, screen, script};
+  run_loop(parts, input, open_signals);
+  return options.strict && (parts.ever_refused() || script.failures() > 0) ? kExitFailed : kExitOk;
 }
 
 }  // namespace

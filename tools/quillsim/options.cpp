@@ -6,6 +6,8 @@
 #include <string_view>
 
 #include "tools/quillsim/console_script.h"
+#include "tools/quillsim/far_script.h"
+#include "tools/quillsim/ptt_script.h"
 #include "tools/quillsim/scanner.h"
 #include "tools/quillsim/script.h"
 
@@ -24,15 +26,17 @@ std::optional<int> read_number(std::string_view text, int min, int max) {
   return value;
 }
 
-bool set_listen(const std::string& value, Options& out) {
+// Cuts "ADDR:PORT".
+bool read_place(const std::string& value, std::string& address, int& port) {
   const std::size_t colon = value.find(':');
   if (colon == std::string::npos) return false;
-  const std::optional<int> port = read_number(std::string_view(value).substr(colon + 1), 0, kMaxPort);
-  out.address = value.substr(0, colon);
-  if (!port || !is_ipv4(out.address)) return false;
-  out.port = *port;
-  return true;
+  address = value.substr(0, colon);
+  const std::optional<int> number = read_number(std::string_view(value).substr(colon + 1), 0, kMaxPort);
+  port = number.value_or(0);
+  return number && is_ipv4(address);
 }
+
+bool set_listen(const std::string& value, Options& out) { return read_place(value, out.address, out.port); }
 
 bool set_script(const std::string& value, Options& out) {
   out.script = value;
@@ -58,6 +62,30 @@ bool set_console_port(const std::string& value, Options& out) {
   const std::optional<int> port = read_number(value, 0, kMaxPort);
   out.console_port = port.value_or(0);
   return port.has_value();
+}
+
+bool set_far_device(const std::string& value, Options& out) {
+  out.far_port = read_number(value, 0, kMaxPort);
+  return out.far_port || read_place(value, out.far_address, out.far_port.emplace());
+}
+
+bool set_far_password(const std::string& value, Options& out) {
+  out.far_device.password = value;
+  return !value.empty();
+}
+
+bool set_far_dst(const std::string& value, Options& out) {
+  const std::size_t equals = value.find('=');
+  if (equals == std::string::npos) return false;
+  const std::optional<int> dst =
+      read_number(std::string_view(value).substr(0, equals), 1, kMaxFarDestination);
+  if (dst) out.far_device.addresses[*dst] = value.substr(equals + 1);
+  return dst.has_value();
+}
+
+bool set_ptt(const std::string& value, Options& out) {
+  out.ptt_interface = value;
+  return is_ipv4(value);
 }
 
 bool set_greet(const std::string& value, Options& out) {
@@ -88,6 +116,14 @@ constexpr std::array kValueOptions = {
     ValueOption{"--console", "TYPE",
                 "plays a console with key module 1, 2 or 3 as well, and names it in the line", set_console},
     ValueOption{"--console-port", "PORT", "where the console listens (0 picks a free one)", set_console_port},
+    ValueOption{"--far-device", "[ADDR:]PORT",
+                "plays a foreign device with 16 destinations as well (port 0 picks a free one)",
+                set_far_device},
+    ValueOption{"--far-password", "TEXT", "what its LOGIN has to give", set_far_password},
+    ValueOption{"--far-dst", "N=ADDR", "what its destination N carries at the start; may be given again",
+                set_far_dst},
+    ValueOption{"--ptt", "IFADDR",
+                "answers requests to talk on the multicast group, on the interface of this address", set_ptt},
     ValueOption{"--greet", "LINE", "a line for each station that connects; may be given again", set_greet},
     ValueOption{"--wait-limit", "MS", "how long a wait-for and the like may last (10000)", set_wait_limit},
 };
@@ -134,6 +170,8 @@ std::string conflict(const Options& options) {
     return "--console and --console-ip exclude each other";
   if (!options.console_type && options.console_port != 0) return "--console-port needs --console";
   if (!options.console_type && options.draw) return "--draw needs --console";
+  if (!options.far_port && !options.far_device.password.empty()) return "--far-password needs --far-device";
+  if (!options.far_port && !options.far_device.addresses.empty()) return "--far-dst needs --far-device";
   return {};
 }
 
@@ -172,13 +210,14 @@ void announce_console(Options& options, int port) {
 std::string usage_text() {
   std::string text =
       "quillsim - a simulated Quillnet routing daemon: takes one station's connection, keeps its mixer,\n"
-      "prints each change; plays a mixing console with an intercom key module beside it when asked to\n"
+      "prints each change; beside it plays, when asked to, a mixing console with an intercom key module, a\n"
+      "foreign device that stations talk into, and one that serves requests to talk on the multicast group\n"
       "usage: quillsim [options]\n";
   for (const ValueOption& option : kValueOptions)
     append_help(text, "  " + std::string(option.word) + " " + option.value, option.help);
   for (const FlagOption& option : kFlagOptions)
     append_help(text, "  " + std::string(option.word), option.help);
-  return text + kScriptHelp + kConsoleScriptHelp;
+  return text + kScriptHelp + kConsoleScriptHelp + kFarScriptHelp + kPttScriptHelp;
 }
 
 }  // namespace quillsim

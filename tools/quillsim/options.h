@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/quillsim/far_device.h"
 #include "tools/quillsim/sim.h"
 
 namespace quillsim {
@@ -20,6 +21,10 @@ struct Options {
   std::optional<int> console_type;  // of the key module; none: no console is played
   int console_port = 0;
   bool draw = false;
+  std::optional<int> far_port;  // none: no far device is played
+  std::string far_address;      // where it listens; empty: at the routing daemon's own address
+  FarDeviceOptions far_device;
+  std::string ptt_interface;  // address; empty: no device is played at the multicast group
   std::chrono::milliseconds wait_limit{10'000};
   bool strict = false;
   bool help = false;

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "tools/quillsim/console_script.h"
+#include "tools/quillsim/far_script.h"
+#include "tools/quillsim/ptt_script.h"
 #include "tools/quillsim/scanner.h"
 
 namespace quillsim {
@@ -51,12 +53,8 @@ bool is_wire_line(std::string_view line) {
                      [line](std::string_view word) { return line.starts_with(word); });
 }
 
-Script::Script(Sim& sim, Console* console, Printer out, Printer complain, milliseconds wait_limit)
-    : sim_(sim),
-      console_(console),
-      out_(std::move(out)),
-      complain_(std::move(complain)),
-      wait_limit_(wait_limit) {}
+Script::Script(Players players, Printer out, Printer complain, milliseconds wait_limit)
+    : players_(players), out_(std::move(out)), complain_(std::move(complain)), wait_limit_(wait_limit) {}
 
 void Script::add(std::string_view line) {
   while (line.ends_with('\n') || line.ends_with('\r'))
@@ -89,13 +87,13 @@ bool Script::waiting(Time now) {
     if (wait_ != Wait::kTime) fail("waited in vain for: " + printable(wait_text_));
   }
   wait_ = Wait::kNone;
-  wait_until_console_ = nullptr;
+  wait_until_holds_ = nullptr;
   return false;
 }
 
 bool Script::satisfied() {
   if (wait_ == Wait::kText) return find_text();
-  return wait_ == Wait::kConsole && wait_until_console_();
+  return wait_ == Wait::kStep && wait_until_holds_();
 }
 
 bool Script::find_text() {
@@ -111,13 +109,13 @@ void Script::execute(std::string_view line, Time now) {
   if (line.empty() || line.starts_with('#')) return;
   if (is_wire_line(line)) return send_line(line);
   if (line == "show") {
-    for (const std::string& state : sim_.mixer().describe())
+    for (const std::string& state : players_.sim.mixer().describe())
       out_(state);
   } else if (line == "close") {
-    sim_.close_station();
+    players_.sim.close_station();
   } else if (line == "quit") {
     quit_ = true;
-  } else if (!start_wait(line, now) && !run_console(line, now)) {
+  } else if (!start_wait(line, now) && !run_step(line, now)) {
     fail("unknown directive: " + printable(line));
   }
 }
@@ -139,22 +137,29 @@ bool Script::start_wait(std::string_view line, Time now) {
   return true;
 }
 
-bool Script::run_console(std::string_view line, Time now) {
-  ConsoleStep step = run_console_directive(line, console_);
+Step Script::step_of(std::string_view line) const {
+  Step step = run_console_directive(line, players_.console);
+  if (!step.known) step = run_far_directive(line, players_.far_device);
+  if (!step.known) step = run_ptt_directive(line, players_.ptt);
+  return step;
+}
+
+bool Script::run_step(std::string_view line, Time now) {
+  Step step = step_of(line);
   if (!step.known) return false;
   if (!step.error.empty()) fail(step.error + ", for: " + printable(line));
   for (const std::string& text : step.out)
     out_(text);
   if (!step.until) return true;
-  wait_ = Wait::kConsole;
+  wait_ = Wait::kStep;
   wait_text_ = line;
-  wait_until_console_ = std::move(step.until);
+  wait_until_holds_ = std::move(step.until);
   wait_until_ = now + wait_limit_;
   return true;
 }
 
 void Script::send_line(std::string_view line) {
-  if (!sim_.send(line)) fail("no station is connected for: " + printable(line));
+  if (!players_.sim.send(line)) fail("no station is connected for: " + printable(line));
 }
 
 void Script::fail(const std::string& message) {

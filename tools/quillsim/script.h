@@ -11,7 +11,10 @@
 #include <string_view>
 
 #include "tools/quillsim/console.h"
+#include "tools/quillsim/far_device.h"
+#include "tools/quillsim/ptt_responder.h"
 #include "tools/quillsim/sim.h"
+#include "tools/quillsim/step.h"
 
 namespace quillsim {
 
@@ -21,15 +24,22 @@ extern const char kScriptHelp[];
 // Whether the text is one that a routing daemon sends, by its first word.
 [[nodiscard]] bool is_wire_line(std::string_view line);
 
+// Who is played. The directives of those that are null fail.
+struct Players {
+  Sim& sim;
+  Console* console = nullptr;
+  FarDevice* far_device = nullptr;
+  PttResponder* ptt = nullptr;
+};
+
 class Script {
  public:
   using Time = std::chrono::steady_clock::time_point;
   using Printer = std::function<void(const std::string& line)>;
 
-  // Borrows `sim`, and `console`, which may be null: then its directives fail. `out` gets what `show` and
-  // `draw` print, `complain` each line that cannot be carried out. `wait_limit` bounds each wait but a plain
-  // `wait`.
-  Script(Sim& sim, Console* console, Printer out, Printer complain, std::chrono::milliseconds wait_limit);
+  // Borrows the players. `out` gets what `show` and its like print, `complain` each line that cannot be
+  // carried out. `wait_limit` bounds each wait but a plain `wait`.
+  Script(Players players, Printer out, Printer complain, std::chrono::milliseconds wait_limit);
 
   // Queues one line, with or without its line end.
   void add(std::string_view line);
@@ -47,7 +57,7 @@ class Script {
   [[nodiscard]] int failures() const { return failures_; }
 
  private:
-  enum class Wait { kNone, kTime, kText, kConsole };
+  enum class Wait { kNone, kTime, kText, kStep };
 
   // Whether the directive at the front is still waiting.
   bool waiting(Time now);
@@ -56,12 +66,13 @@ class Script {
   bool satisfied();
   void execute(std::string_view line, Time now);
   bool start_wait(std::string_view line, Time now);
-  bool run_console(std::string_view line, Time now);
+  // A directive of one of the players.
+  bool run_step(std::string_view line, Time now);
+  [[nodiscard]] Step step_of(std::string_view line) const;
   void send_line(std::string_view line);
   void fail(const std::string& message);
 
-  Sim& sim_;
-  Console* console_;
+  Players players_;
   Printer out_;
   Printer complain_;
   std::chrono::milliseconds wait_limit_;
@@ -70,7 +81,7 @@ class Script {
   Wait wait_ = Wait::kNone;
   Time wait_until_;
   std::string wait_text_;  // for people too
-  std::function<bool()> wait_until_console_;
+  std::function<bool()> wait_until_holds_;
   bool quit_ = false;
   int failures_ = 0;
 };

@@ -31,16 +31,15 @@ void Sim::link_turned_away(const std::string& from) {
   print("a second station from " + from + " turned away");
 }
 
-void Sim::link_line(std::string_view line) {
-  const std::size_t text_end = line.find_last_not_of("\r\n");
-  received_.emplace_back(line.substr(0, text_end == std::string_view::npos ? 0 : text_end + 1));
+void Sim::wire_line(std::string_view line) {
+  received_.emplace_back(without_line_end(line));
   const ParsedLine parsed = parse_command(line);
   if (!parsed.command) return refuse(line, parsed.error);
   const std::string error = std::visit([this](const auto& command) { return run(command); }, *parsed.command);
   if (!error.empty()) refuse(line, error);
 }
 
-void Sim::link_closed() {
+void Sim::wire_closed() {
   const bool had_mixer = mixer_.created();
   mixer_.remove();
   print("station disconnected");

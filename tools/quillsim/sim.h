@@ -73,9 +73,9 @@ class Sim : private LinkUser {
  private:
   void link_opened(const std::string& from) override;
   void link_turned_away(const std::string& from) override;
-  void link_line(std::string_view line) override;
-  void link_bad_line(std::string_view line, std::string_view reason) override { refuse(line, reason); }
-  void link_closed() override;
+  void wire_line(std::string_view line) override;
+  void wire_bad_line(std::string_view line, std::string_view reason) override { refuse(line, reason); }
+  void wire_closed() override;
   // Each carries one command out; gives why it does not fit the mixer's state, or an empty text.
   std::string run(const GetSupvState& command);
   std::string run(const CreateMixer& command);
