@@ -56,11 +56,23 @@ void NotifyLineError(unsigned kind, unsigned i, unsigned error, const char* text
   syslog(kLogError, "Line %u/%u error %u %s", kind, i, error, text);
 }
 
-// Frees what was up on a service that is gone.
+// Gives back what a talk line took over, before its end is told: who hears of that may take the line over at
+// once, and sets links of its own.
+void end_links(int kind, int i) {
+  if (kind != kTalkKind) return;
+  (void)qnrifb_set(i, nullptr, nullptr);
+  (void)qncpptt_clr(i);
+}
+
+// Frees what was up on a service that is gone. A talk line that its far end does not confirm stays until it
+// is dropped, but what it asked for was asked in the name of the service, and of a source that may be another
+// now.
 void NotifyServiceDestroy(unsigned kind) {
   const std::span<HarkLine> table = line_table(static_cast<int>(kind));
   bool any = false;
   for (std::size_t i = 0; i < table.size(); ++i) {
+    table[i].outlived = !table[i].url.empty();
+    if (table[i].outlived && !is_active(table[i])) end_links(static_cast<int>(kind), static_cast<int>(i));
     if (!is_active(table[i])) continue;
     const LineWatch watch(table[i]);
     if (kind == kListenKind) {
@@ -69,6 +81,7 @@ void NotifyServiceDestroy(unsigned kind) {
     }
     if (!watch.same_call()) continue;
     syslog(kLogInfo, "DestroyDrop %s on %u/%zu", table[i].url.c_str(), kind, i);
+    end_links(static_cast<int>(kind), static_cast<int>(i));
     LineTableFree(table, static_cast<int>(i));
     any = true;
   }
@@ -143,11 +156,9 @@ void listen_idle(int i, HarkLine& line) {
 void talk_idle(int i, HarkLine& line) {
   const LineWatch watch(line);
   harkqnr_ctrl(-1, nullptr, 0, static_cast<int>(line.gpio), static_cast<int>(line.gpiot));
-  if (watch.same_call() && !is_flashing(line)) LineTableFree(talk_lines, i);
-  // A call that took the line over meanwhile has set its own links.
-  if (watch.same_call() || line.url.empty()) {
-    (void)qnrifb_set(i, nullptr, nullptr);
-    (void)qncpptt_clr(i);
+  if (watch.same_call()) {
+    end_links(kTalkKind, i);
+    if (!is_flashing(line)) LineTableFree(talk_lines, i);
   }
   (void)sipctrl_adjustifbgains(-1);
 }
@@ -179,11 +190,21 @@ void NotifyFarEndDrop(unsigned kind, unsigned i) {
   report_line(kListenKind, std::string(line->url), kLineFarDropped);
 }
 
+void drop_call(int kind, int i) {
+  const HarkLine& line = *getline(kind, i);
+  const LineWatch watch(line);
+  SipStackUA::GetInstance()->Drop(static_cast<unsigned>(kind), static_cast<unsigned>(i));
+  if (watch.same_call() && line.outlived) {
+    NotifyLineState(static_cast<unsigned>(kind), static_cast<unsigned>(i), ISipStackUAEvents::STATE_IDLE);
+  }
+}
+
 void drop_stalled_calls(int kind, const char* url) {
   const std::span<HarkLine> table = line_table(kind);
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (!is_active(table[i]) || hark_urlcompare(table[i].url.c_str(), url) != 0) continue;
     syslog(kLogInfo, "DropStalled %s on %d/%zu", table[i].url.c_str(), kind, i);
+    end_links(kind, static_cast<int>(i));
     LineTableFree(table, static_cast<int>(i));
     if (!table[i].url.empty()) continue;  // who heard of its end has begun another call on it
     SipStackUA::GetInstance()->Drop(static_cast<unsigned>(kind), static_cast<unsigned>(i));
@@ -194,6 +215,7 @@ void line_ring(int kind, int i, const char* name, const char* uri) {
   syslog(kLogInfo, "Line %d/%d ring from %s", kind, i, uri);
   HarkLine* line = getline(kind, i);
   if (line == nullptr) return;
+  end_links(kind, i);
   LineTableFree(line_table(kind), i);
   const std::string url = harkurl_fromsip2(name, uri);
   if (url.empty()) return;

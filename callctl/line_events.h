@@ -16,6 +16,9 @@ void line_ring(int kind, int i, const char* name, const char* uri);
 // Drops every line of the kind that is up with `url`: a station that calls again replaces its earlier call.
 void drop_stalled_calls(int kind, const char* url);
 
+// Hangs up the SIP line of a call. A call that outlived its SIP line ends at once: nothing else would end it.
+void drop_call(int kind, int i);
+
 // The far end hung up. Only a listen line shows it; a talk line just logs, and ends when its SIP line is
 // idle.
 void NotifyFarEndDrop(unsigned kind, unsigned i);

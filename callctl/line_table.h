@@ -50,6 +50,7 @@ struct _tagHARK_LINE {
   int ifb_gain = 0;            // tenths of a dB: the dimming of this listen line
   std::array<char, kIfbSize> ifb{};  // address of a remote IFB link
   std::uint32_t qntb = 0;            // not 0: asks for a PTT request
+  bool outlived = false;             // stayed when its service was made anew: it has no SIP line any more
   std::uint32_t use = 0;             // number of the call that the line carries; 0 when free
 };
 using HarkLine = _tagHARK_LINE;

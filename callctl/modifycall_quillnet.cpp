@@ -204,7 +204,7 @@ int sipctrl_remote_modifycall_harkquillnet(const CallSide& side, const harkurl_i
     side.line(i).drop_pending = false;
   } else if (wish == kWishDrop && current != kLineOff) {
     NotifyFarEndDrop(static_cast<unsigned>(side.kind), static_cast<unsigned>(i));
-    SipStackUA::GetInstance()->Drop(static_cast<unsigned>(side.kind), static_cast<unsigned>(i));
+    drop_call(side.kind, i);
   }
   return 0;
 }

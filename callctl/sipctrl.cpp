@@ -53,7 +53,7 @@ void create_service(int kind, const StationIdentity& identity) {
 void drop_all(int kind) {
   const std::span<HarkLine> table = line_table(kind);
   for (std::size_t i = 0; i < table.size(); ++i) {
-    if (is_active(table[i])) stack().Drop(static_cast<unsigned>(kind), static_cast<unsigned>(i));
+    if (is_active(table[i])) drop_call(kind, static_cast<int>(i));
   }
 }
 
@@ -74,7 +74,7 @@ void sipctrl_process_lines(TimeUs now, int kind) {
     if (table[i].state == kLineFarDropped) {
       LineTableFree(table, static_cast<int>(i));
     } else {
-      stack().Drop(static_cast<unsigned>(kind), static_cast<unsigned>(i));
+      drop_call(kind, static_cast<int>(i));
     }
   }
 }

@@ -28,6 +28,7 @@
 #include "routing/harkqnr.h"
 #include "routing/harkqnr_gpio.h"
 #include "routing/qncpptt.h"
+#include "routing/qnrifb.h"
 #include "routing/vgpio.h"
 
 namespace hark {
@@ -84,6 +85,8 @@ void connect_modules() {
   harkd_has_autoanswer_callback = harkd_has_autoanswer;
   sipctrl_modifycall_callback = report_call;
   sipctrl_modifycallvolume_callback = report_volume;
+  qnrifb_update_status_callback = ifb_update_status;
+  qncpptt_update_status_callback = ifb_update_status;
 }
 
 int out_of_memory() {
@@ -185,6 +188,9 @@ int harkd_cleanup() {
   { const UniqueFd closing(harkqnr_fd()); }
   harkqnr_connected(-1);
   sipctrl_done();
+  // What the talk lines took over goes back with them.
+  qnrifb_cleanup();
+  qncpptt_cleanup();
   station.ifa_name.clear();
   server_cleanup();
   harkd = HarkdState{};

@@ -135,6 +135,32 @@ TEST_F(TalkLinks, IdleTalkLineGivesBothBack) {
   }
 }
 
+// It stayed for ever, and so did its requests: the SIP line of the new service has nothing to hang up.
+TEST_F(TalkLinks, UnconfirmedLineThatOutlivedItsServiceGivesBothBackWhenItIsDropped) {
+  EXPECT_EQ(Talk(std::string(kIfbSource) + ";qntb=1"), 0);
+  ifb_update_status(0, false);
+  EXPECT_EQ(sipctrl_removeservice(), 0);
+  EXPECT_FALSE(talk_lines[0].url.empty());
+  Forget();
+  (void)LinkCommands();
+  EXPECT_EQ(DropTalk(kIfbSource), 0);
+  PassAfterMs(401);
+  EXPECT_THAT(LinkCommands(), ElementsAre("ifb 0 - -", "ptt clear 0"));
+  EXPECT_TRUE(talk_lines[0].url.empty());
+  EXPECT_THAT(Reports(), IsEmpty()) << "the panels have been told of its end";
+}
+
+TEST_F(TalkLinks, ConfirmedLineIsLeftToTheEndOfItsSipLine) {
+  EXPECT_EQ(Talk(kIfbSource), 0);
+  ifb_update_status(0, true);
+  (void)LinkCommands();
+  EXPECT_EQ(DropTalk(kIfbSource), 0);
+  PassAfterMs(401);
+  EXPECT_THAT(LinkCommands(), IsEmpty());
+  Idle(kTalkKind, 0);
+  EXPECT_THAT(LinkCommands(), ElementsAre("ifb 0 - -", "ptt clear 0"));
+}
+
 TEST_F(TalkLinks, IdleListenLineGivesNothingBack) {
   EXPECT_EQ(Listen(kSource), 0);
   Idle(kListenKind, 0);
