@@ -32,10 +32,6 @@ struct Key {
   std::string_view text;  // of kResolveLabel the label, of kResolveUrl the address
 };
 
-std::string_view address_of(const harkurl_info& info) {
-  return {info.url, harkurl_meaningfull_addr_len(info.url, info.url_len)};
-}
-
 bool is_station_line(const char* line) { return line[0] != '\0' && line[0] != '#' && line[0] != '\t'; }
 
 // Whether the line's display name can be the label that is asked for: most lines are told apart here, before
@@ -47,7 +43,7 @@ bool can_match(std::string_view line, const Key& key) {
 }
 
 bool matches(const Key& key, const harkurl_info& info) {
-  return key.text == (key.kind == kResolveLabel ? harkurl_name(info) : address_of(info));
+  return key.text == (key.kind == kResolveLabel ? harkurl_name(info) : harkurl_meaningfull_addr(info));
 }
 
 int take_station(const harkurl_info& station, HarkResolvInfo& info) {
@@ -55,7 +51,7 @@ int take_station(const harkurl_info& station, HarkResolvInfo& info) {
   if (!info.url.empty()) {
     copy_text(info.url, {station.full, station.full_len});
     info.addr = info.url.data() + (station.url - station.full);
-    info.addr_len = address_of(station).size();
+    info.addr_len = harkurl_meaningfull_addr(station).size();
   }
   const std::string_view name = harkurl_name(station);
   // Kept: a line that begins with its bracket has a name that fits no buffer.
@@ -102,7 +98,7 @@ int HarkResolv_sources(const std::string& file, int kind, const char* text, Hark
   if (kind == kResolveUrl) {
     harkurl_info parsed;
     (void)harkurl_parse(text, &parsed);
-    key.text = address_of(parsed);
+    key.text = harkurl_meaningfull_addr(parsed);
     // A ";" in the display name leaves no address to search for: that is nobody's, not everybody's.
     if (key.text.empty()) return kNotFound;
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "addressing/sources.h"
 #include "daemon/qnrlib/textfile.h"
@@ -14,6 +15,8 @@ std::string table_file = "/var/tmp/orfehark-bonjour.tbl";
 void (*bonjour_harkresolvtable_free_entry_callback)(harkresolvtable_entry& entry) = nullptr;
 
 namespace {
+
+constexpr std::size_t kMostStations = 1000;
 
 auto find_exact(harkresolvtable& table, std::string_view name, std::string_view domain) {
   return std::find_if(table.begin(), table.end(), [&](const harkresolvtable_entry& entry) {
@@ -42,6 +45,13 @@ void append_entry(std::string& text, const harkresolvtable_entry& entry) {
   if (entry.rtpa != 0) append_detail(text, "rtpa", dotted(entry.rtpa).data());
 }
 
+void make_room(harkresolvtable& table) {
+  if (table.size() < kMostStations) return;
+  const auto oldest = std::find_if(table.rbegin(), table.rend(),
+                                   [](const harkresolvtable_entry& entry) { return entry.learned; });
+  if (oldest != table.rend()) harkresolvtable_free_entry(table, std::prev(oldest.base()));
+}
+
 }  // namespace
 
 std::string table_text(std::string_view text) {
@@ -67,6 +77,14 @@ harkresolvtable_entry& harkresolvtable_add(harkresolvtable& table, std::string_v
   entry.name = name;
   entry.domain = domain;
   harkresolvtable_write(table);
+  return entry;
+}
+
+harkresolvtable_entry& harkresolvtable_learn(harkresolvtable& table, std::string_view name) {
+  if (harkresolvtable_entry* known = harkresolvtable_lookup(table, name, kLocalDomain)) return *known;
+  make_room(table);
+  harkresolvtable_entry& entry = harkresolvtable_add(table, name, kLocalDomain);
+  entry.learned = true;
   return entry;
 }
 

@@ -10,20 +10,30 @@
 #include <string>
 #include <string_view>
 
+#include "base/clock.h"
+
+struct _DNSServiceRef_t;  // of dns_sd.h
+
 namespace hark {
 
 inline constexpr std::string_view kLocalDomain = "local.";
 
 struct harkresolvtable_entry {
-  std::string name;        // service instance name, which is the station's label
-  std::string domain;      // DNS-SD domain, "local." as a rule
-  std::string host;        // host name from the service's resolve; empty: none
-  std::string alt;         // alternate text; empty: none
-  std::uint32_t trgl = 0;  // trigger level plus one, 0 if unknown
-  in_addr_t rtpa = 0;      // address of the station's audio, network order; 0: unknown
-  std::uint16_t port = 0;  // the station's control port, host order; 0: unknown
-  std::string url;         // empty: unknown
-  bool learned = false;    // known by its calls alone, not discovered
+  std::string name;                        // service instance name, which is the station's label
+  std::string domain;                      // DNS-SD domain, "local." as a rule
+  std::string host;                        // host name from the service's resolve; empty: none
+  std::string alt;                         // alternate text; empty: none
+  std::uint32_t trgl = 0;                  // trigger level plus one, 0 if unknown
+  in_addr_t rtpa = 0;                      // address of the station's audio, network order; 0: unknown
+  std::uint16_t port = 0;                  // the station's control port, host order; 0: unknown
+  std::string url;                         // empty: unknown
+  bool learned = false;                    // known by its calls or by having been asked for, not discovered
+  _DNSServiceRef_t* resolver = nullptr;    // the running resolve of the service; discovery's, null if none
+  _DNSServiceRef_t* addr_query = nullptr;  // the running query for its host's address; likewise
+  TimeUs addr_time = 0;                    // start of the last address query
+  TimeUs lookup_time = 0;                  // start of the last resolve of the service
+  bool watched = false;    // discovery's: both are in the select set of this pass, if they run
+  std::uint64_t walk = 0;  // discovery's: the last walk over the table in which they were served
 };
 
 // Newest first. Entries stay where they are in memory until they are removed.
@@ -48,6 +58,11 @@ extern void (*bonjour_harkresolvtable_free_entry_callback)(harkresolvtable_entry
 // it is removed.
 harkresolvtable_entry& harkresolvtable_add(harkresolvtable& table, std::string_view name,
                                            std::string_view domain);
+
+// The entry of `name` in "local.", made as one that is known by a call or a question alone if there is none.
+// There are at most 1000 of all: the oldest such entry goes for a new one, so that ever new names fill
+// neither memory nor file. Valid until it is removed.
+harkresolvtable_entry& harkresolvtable_learn(harkresolvtable& table, std::string_view name);
 
 // Removes the entry with exactly this name and domain, if there is one, and writes the file.
 void harkresolvtable_remove(harkresolvtable& table, std::string_view name, std::string_view domain);

@@ -54,6 +54,11 @@ int harkurl_parse(const char* text, harkurl_info* info);
 // null `addr`.
 [[nodiscard]] std::size_t harkurl_meaningfull_addr_len(const char* addr, std::size_t len);
 
+// That part of a parsed URL's address.
+[[nodiscard]] inline std::string_view harkurl_meaningfull_addr(const harkurl_info& info) {
+  return {info.url, harkurl_meaningfull_addr_len(info.url, info.url_len)};
+}
+
 // An order of two URLs by address, as strcmp gives one; station prefixes, tags and display names play no
 // part. Requires texts that are not null.
 [[nodiscard]] int hark_urlcompare(const char* a, const char* b);

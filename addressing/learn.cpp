@@ -1,8 +1,5 @@
 #include "addressing/learn.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "addressing/harkresolvtable.h"
 #include "addressing/url_escape.h"
 #include "base/text.h"
@@ -13,7 +10,6 @@ namespace hark {
 namespace {
 
 constexpr std::string_view kSipScheme = "sip:";
-constexpr std::size_t kMostStations = 1000;
 
 // The label by which the station of a call's URL can be known; empty when it has none.
 Label label_of_call(const harkurl_info& url) {
@@ -24,29 +20,10 @@ Label label_of_call(const harkurl_info& url) {
   return label;
 }
 
-// Forgets the station that was learned first when there are too many, so that callers with ever new names
-// fill neither memory nor file.
-void make_room() {
-  if (harkd_dynamicsources.size() < kMostStations) return;
-  const auto oldest = std::find_if(harkd_dynamicsources.rbegin(), harkd_dynamicsources.rend(),
-                                   [](const harkresolvtable_entry& entry) { return entry.learned; });
-  if (oldest != harkd_dynamicsources.rend())
-    harkresolvtable_free_entry(harkd_dynamicsources, std::prev(oldest.base()));
-}
-
-harkresolvtable_entry& learned_entry(const std::string& label) {
-  if (harkresolvtable_entry* known = harkresolvtable_lookup(harkd_dynamicsources, label, kLocalDomain))
-    return *known;
-  make_room();
-  harkresolvtable_entry& entry = harkresolvtable_add(harkd_dynamicsources, label, kLocalDomain);
-  entry.learned = true;
-  return entry;
-}
-
 // All texts are the caller's: they are held to what the file can hold, so that memory and file say the same.
 void learn(const Label& label, const harkurl_info& url) {
   const auto trgl = static_cast<std::uint32_t>(url_tagl(url.tags, "trgl"));
-  harkresolvtable_entry& entry = learned_entry(table_name(label.data()));
+  harkresolvtable_entry& entry = harkresolvtable_learn(harkd_dynamicsources, table_name(label.data()));
   bool changed = strupd(entry.url, table_text({url.url, url.url_len}));
   changed = strupd(entry.alt, table_text(harkurl_name(url))) || changed;
   changed = entry.trgl != trgl || changed;

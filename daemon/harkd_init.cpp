@@ -18,6 +18,7 @@
 #include "callctl/sipctrl.h"
 #include "daemon/harkd_private.h"
 #include "daemon/log/log.h"
+#include "daemon/log/process_files.h"
 #include "daemon/network.h"
 #include "daemon/options.h"
 #include "daemon/server.h"
@@ -71,6 +72,14 @@ void model_receive(const char* text) {
 
 void model_speaker_mute(bool mute) {
   if (server.model) server.model->SetSpeakerMute(mute);
+}
+
+// The process ends from inside a callback of DNS-SD, without a way back to the loop.
+void end_for_name_conflict() {
+  if (harkd_ext_config_changed()) harkd_ext_config_save();
+  (void)harkd_cleanup();
+  remove_pid_file(station.appName.c_str());
+  closelog();
 }
 
 void stations_changed() {
@@ -180,6 +189,7 @@ int harkd_initialize(int argc, const char* const* argv) {
   if (const int result = open_control_port(); result != 0) return result;
   dial_routing_daemon();
   harkbonjour_callback = stations_changed;
+  harkbonjour_before_exit = end_for_name_conflict;
   return 0;
 }
 

@@ -54,6 +54,7 @@ struct LoopTimers {
   TimeUs t_slow;
   TimeUs t_mdns;
   TimeUs mdns_retry_us = 0;
+  int announced_hwready = -1;  // whether there was a panel at the last start of DNS-SD; -1 before the first
 };
 
 template <typename Act>
@@ -70,9 +71,11 @@ void fill(Sets& sets) {
     (void)fdset_add(fd, sets.readable, sets.highest);
   (void)fdset_add(harkd.listen_fd.get(), sets.readable, sets.highest);
   (void)fdset_add(harkqnr_fd(), sets.readable, sets.highest);
-  sets.highest =
-      std::max({sets.highest, harkbonjour_addfdset(sets.readable),
-                qnrifb_selectevents(sets.readable, sets.writable), qncpptt_selectevents(sets.readable)});
+  sets.highest = std::max(
+      {sets.highest, qnrifb_selectevents(sets.readable, sets.writable), qncpptt_selectevents(sets.readable)});
+  // While DNS-SD waits for its next start it is not served, and what is ready there would keep the loop
+  // awake.
+  if (!station.harkbonjour_init) sets.highest = std::max(sets.highest, harkbonjour_addfdset(sets.readable));
 }
 
 void serve_connections(const Sets& sets, TimeUs now) {
@@ -135,10 +138,14 @@ void renew_services() {
 }
 
 void restart_mdns(LoopTimers& timers, TimeUs now) {
+  // The name is announced only while there is a panel to answer: the first that comes and the last that goes
+  // start it again.
+  const int hwready = ishwready();
+  if (timers.announced_hwready != -1 && timers.announced_hwready != hwready) station.harkbonjour_init = true;
   if (!station.harkbonjour_init) return;
   if (timers.mdns_retry_us != 0 && now - timers.t_mdns <= timers.mdns_retry_us) return;
-  // The name is announced only while there is a panel to answer.
-  const char* name = ishwready() != 0 ? station.announced_svcname.data() : nullptr;
+  timers.announced_hwready = hwready;
+  const char* name = hwready != 0 ? station.announced_svcname.data() : nullptr;
   if (harkbonjour_initialize(station.sip_iface_index, station.ctrl_port, name) != 0) {
     timers.mdns_retry_us = std::clamp(timers.mdns_retry_us * 2, kMdnsFirstRetryUs, kMdnsLongestRetryUs);
   } else {

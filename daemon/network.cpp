@@ -35,7 +35,8 @@ int pollnetworkconfiguration() {
     found = {address.sin_addr.s_addr, ::if_nametoindex(entry->ifa_name)};
   }
   ::freeifaddrs(list);
-  if (found.address == g_last_seen.address) return 0;
+  // An interface that was replaced may have its old address again: what is bound to the old one is dead.
+  if (found.address == g_last_seen.address && found.index == g_last_seen.index) return 0;
   g_last_seen = found;
   station.sip_ip = found.address;
   station.sip_iface_index = found.index;

@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
-# Installs, from Debian's packages, what is missing to build: `install-deps.sh [package...]`, by default what the daemon,
-# its tests and the demo need. Root installs as it is, others by sudo; where neither works the command to run is told.
+# Installs, from Debian's packages, what is missing: `install-deps.sh [package...]`. What the daemon is built with is
+# always among it; without words, what its tests and the demo need is too. Root installs as it is, others by sudo; where
+# neither works the command to run is told.
 set -euo pipefail
 
-packages=("$@")
-[ ${#packages[@]} -gt 0 ] || packages=(g++ cmake ninja-build git libgtest-dev libgmock-dev)
+packages=(g++ cmake ninja-build git pkg-config libavahi-client-dev libavahi-compat-libdnssd-dev libdbus-1-dev)
+if [ $# -gt 0 ]; then
+  packages+=("$@")
+else
+  # The last four are the network of the system tests: stations that find each other.
+  packages+=(libgtest-dev libgmock-dev avahi-daemon avahi-utils dbus iproute2)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh clang clang-format clang-tidy cmake ninja-build g++ libgtest-dev libgmock-dev
+scripts/install-deps.sh clang clang-format clang-tidy libgtest-dev libgmock-dev
 mapfile -t sources < <(git ls-files '*.cpp' '*.h')
 clang-format --dry-run -Werror "${sources[@]}"
 echo "formatting: ${#sources[@]} files"
