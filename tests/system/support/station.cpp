@@ -196,6 +196,7 @@ std::vector<std::string> Station::command_line() const {
 // In the child, between fork and exec.
 void Station::become_station(std::vector<std::string> words) const {
   (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (options_.enter) options_.enter();
   (void)::setenv("HARK_ROOT", root_.path().c_str(), 1);
   redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
   redirect(STDOUT_FILENO, root_.file("stdout"), O_WRONLY | O_CREAT | O_APPEND);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,8 @@ struct StationOptions {
   std::vector<std::string> extra_args = {};
   // The program; empty is the harkd of this build.
   std::string binary = {};
+  // Called in the child before it becomes the program: takes it to another place, a simulated host for one.
+  std::function<void()> enter = {};
 };
 
 class Station {
