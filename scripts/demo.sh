@@ -118,7 +118,8 @@ echo 'module none' >&4  # the operator's place is empty until the calls of the c
 wait_for "$root/mixer.log" 'console has no key module'
 sim_port=$(grep -oE '127\.0\.0\.1:[0-9]+' "$root/mixer.log" | head -n 1 | cut -d: -f2)
 
-HARK_ROOT=$root "$build"/daemon/harkd -debug -i none0 -sip_ip 127.0.0.1 -ctrl_port "$ctrl_port" \
+# The station of a demo is not announced on the network of the machine that runs it.
+DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent HARK_ROOT=$root "$build"/daemon/harkd -debug -i none0 -sip_ip 127.0.0.1 -ctrl_port "$ctrl_port" \
   -qnr_port "$sim_port" >"$root/station.log" 2>&1 &
 station_pid=$!
 wait_for "$root/station.log" 'harkqnr_ctrl < SRC 1'

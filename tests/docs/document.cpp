@@ -19,7 +19,13 @@ struct PeerName {
   Peer peer;
 };
 
-constexpr std::array<PeerName, 2> kPeers{{{"routing", Peer::kRouting}, {"console", Peer::kConsole}}};
+constexpr std::array<PeerName, 6> kPeers{{{"routing", Peer::kRouting},
+                                          {"console", Peer::kConsole},
+                                          {"far", Peer::kFar},
+                                          {"group", Peer::kGroup},
+                                          {"station", Peer::kStation},
+                                          {"log", Peer::kLog}}};
+constexpr std::string_view kEnds = "SIGTERM";
 
 // A number at the start of `text`, which is cut off.
 std::optional<int> take_number(std::string_view& text) {
@@ -65,6 +71,9 @@ std::optional<Action> action_of(char mark) {
 
 bool fits_peer(const Step& step) {
   if (step.peer == Peer::kClient) return step.first == step.last || step.action == Action::kConnect;
+  // A station is only ended here, and a log is only read.
+  if (step.peer == Peer::kStation) return step.action == Action::kSend && step.text == kEnds;
+  if (step.peer == Peer::kLog) return step.action == Action::kExpect;
   return step.action == Action::kSend || step.action == Action::kExpect;
 }
 
@@ -157,6 +166,21 @@ class Reader {
   bool file_is_result_ = false;
 };
 
+std::string cell_text(std::string cell) {
+  cell.erase(0, cell.find_first_not_of(' '));
+  cell.erase(cell.find_last_not_of(' ') + 1);
+  const bool quoted = cell.size() > 2 && cell.front() == '`' && cell.find('`', 1) == cell.size() - 1;
+  return quoted ? cell.substr(1, cell.size() - 2) : cell;
+}
+
+Row cells_of(const std::string& line) {
+  Row cells;
+  std::istringstream rest(line.substr(1));
+  for (std::string cell; std::getline(rest, cell, '|');)
+    cells.push_back(cell_text(cell));
+  return cells;
+}
+
 }  // namespace
 
 Document parse_document(std::string path, std::string text) {
@@ -167,6 +191,28 @@ Document parse_document(std::string path, std::string text) {
     reader.read(line);
   reader.finish();
   return document;
+}
+
+std::vector<Row> table_rows(const std::string& text, std::string_view titles) {
+  std::vector<Row> rows;
+  const std::size_t begin = text.find("\n" + std::string(titles));
+  if (begin == std::string::npos) return rows;
+  std::istringstream lines(text.substr(begin + 1));
+  std::string line;
+  // The titles, and the line below them.
+  (void)std::getline(lines, line);
+  (void)std::getline(lines, line);
+  while (std::getline(lines, line) && line.starts_with('|'))
+    rows.push_back(cells_of(line));
+  return rows;
+}
+
+std::string block_text(const std::string& text, std::string_view name) {
+  const std::string fence = "\n" + std::string(kFence) + std::string(name) + "\n";
+  const std::size_t begin = text.find(fence);
+  if (begin == std::string::npos) return {};
+  const std::size_t first = begin + fence.size();
+  return text.substr(first, text.find(kFence, first) - first);
 }
 
 std::string read_source(std::string_view name) {

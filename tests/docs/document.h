@@ -16,6 +16,12 @@
 //   3-7+ address       connections 3 to 7 are made, from this address (127.0.0.1 when there is none)
 //   routing> text      the routing daemon sends this line; routing< text: it gets this line, others before it
 //   console> text      the mixing console sends this line; console< text: it gets this line
+//   far> text          a foreign device sends this line; `[closed]`: it closes the connection
+//   far< text          it gets this line; `[closed]`: the station closes the connection
+//   group> text        this datagram is sent to the stations at the control group
+//   group< text        the station sends this one there, others before it
+//   station> SIGTERM   the station is ended, with status 0
+//   log< text          a line of the station's log ends so, others before it
 //   < ...              lines that are not shown, as far as the next one that is; 2< and console< likewise
 //
 // In a `harkd` block a line that comes ends in CR LF, and `\n` at its end stands for one that ends in LF
@@ -29,7 +35,7 @@
 
 namespace hark::test {
 
-enum class Peer { kClient, kRouting, kConsole };
+enum class Peer { kClient, kRouting, kConsole, kFar, kGroup, kStation, kLog };
 enum class Action { kSend, kExpect, kExpectRepeated, kConnect };
 
 struct Step {
@@ -79,6 +85,16 @@ inline constexpr std::string_view kNotShown = "...";
 
 // Reads a file of the source tree, named relative to its root. One that cannot be read is a fault.
 [[nodiscard]] Document read_document(std::string_view name);
+
+// The cells of a line of a table: what stands between its bars, without blanks and without the backquotes of
+// a cell that is nothing else.
+using Row = std::vector<std::string>;
+
+// The rows of the first table of `text` whose line of titles begins with `titles`; none when there is none.
+[[nodiscard]] std::vector<Row> table_rows(const std::string& text, std::string_view titles);
+
+// What the first fenced block of this name holds; empty when there is none.
+[[nodiscard]] std::string block_text(const std::string& text, std::string_view name);
 
 // The whole text of a file of the source tree; empty when it cannot be read.
 [[nodiscard]] std::string read_source(std::string_view name);

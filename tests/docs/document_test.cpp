@@ -60,6 +60,12 @@ TEST(Documents, ReadEveryKindOfStep) {
       {"routing< set x", Peer::kRouting, Action::kExpect, 1, 1, "set x"},
       {"console> EVENT x", Peer::kConsole, Action::kSend, 1, 1, "EVENT x"},
       {"console< SUB Intercom", Peer::kConsole, Action::kExpect, 1, 1, "SUB Intercom"},
+      {"far< LOGIN", Peer::kFar, Action::kExpect, 1, 1, "LOGIN"},
+      {"far> DST 3 ADDR:\"\"", Peer::kFar, Action::kSend, 1, 1, "DST 3 ADDR:\"\""},
+      {"group< EVENT x", Peer::kGroup, Action::kExpect, 1, 1, "EVENT x"},
+      {"group> INDI x", Peer::kGroup, Action::kSend, 1, 1, "INDI x"},
+      {"station> SIGTERM", Peer::kStation, Action::kSend, 1, 1, "SIGTERM"},
+      {"log< PTT req: x", Peer::kLog, Action::kExpect, 1, 1, "PTT req: x"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
@@ -116,14 +122,42 @@ TEST(Documents, GiveAnExampleTheFilesInFrontOfIt) {
   EXPECT_EQ(second.files[1].text, "three\n");
 }
 
+TEST(Documents, GiveTheirTablesAndBlocks) {
+  const std::string text =
+      "words\n| a | b |\n|---|---|\n| `x y` | |\n| `x`, `y` |  z |\n\n| a | c |\n"
+      "```hex\n01 02\n03\n```\n```hex\n04\n```\n";
+  EXPECT_EQ(table_rows(text, "| a | b |"), (std::vector<Row>{{"x y", ""}, {"`x`, `y`", "z"}}));
+  EXPECT_TRUE(table_rows(text, "| b |").empty());
+  EXPECT_EQ(block_text(text, "hex"), "01 02\n03\n");
+  EXPECT_EQ(block_text(text, "he"), "");
+}
+
 TEST(Documents, TellFilesWithoutANameOrAnExample) {
   EXPECT_EQ(parse_document("x.md", "```file \nx\n```\n").faults.at(0).line, 1);
   EXPECT_EQ(parse_document("x.md", "\n```saved a\nx\n```\n").faults.at(0).line, 2);
 }
 
 TEST(Documents, TellLinesThatAreNoStep) {
-  for (const std::string line : {"VER", ">VER", ">", "<", " > VER", "0> VER", "21> VER", "2", "2-> VER",
-                                 "7-2+", "2-3> VER", "routing", "routing+", "console* x", "mixer> x"}) {
+  for (const std::string line : {"VER",
+                                 ">VER",
+                                 ">",
+                                 "<",
+                                 " > VER",
+                                 "0> VER",
+                                 "21> VER",
+                                 "2",
+                                 "2-> VER",
+                                 "7-2+",
+                                 "2-3> VER",
+                                 "routing",
+                                 "routing+",
+                                 "console* x",
+                                 "mixer> x",
+                                 "far+",
+                                 "group* x",
+                                 "station> SIGHUP",
+                                 "station< SIGTERM",
+                                 "log> x"}) {
     SCOPED_TRACE(line);
     const Document document = Block(line);
     ASSERT_FALSE(document.faults.empty());

@@ -8,10 +8,12 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <utility>
 
+#include "docs/link_peers.h"
 #include "system/support/client.h"
 #include "system/support/fake_console.h"
 #include "system/support/routing_sim.h"
@@ -53,7 +55,7 @@ int local_port(const Client& client) {
 class ExampleRun {
  public:
   explicit ExampleRun(const Example& example)
-      : example_(example), sim_(sim_options()), station_(station_options(sim_.port())) {}
+      : example_(example), sim_(sim_options()), links_(example), station_(station_options(sim_.port())) {}
 
   testing::AssertionResult start();
   testing::AssertionResult run(const Step& step);
@@ -64,6 +66,8 @@ class ExampleRun {
   testing::AssertionResult client_step(const Step& step);
   testing::AssertionResult routing_step(const Step& step);
   testing::AssertionResult console_step(const Step& step);
+  testing::AssertionResult station_step();
+  testing::AssertionResult log_step(const Step& step);
   testing::AssertionResult connect(int connection, const std::string& source);
   testing::AssertionResult expect(Client& client, const std::string& text);
   testing::AssertionResult expect_repeated(Client& client, const std::string& text);
@@ -88,6 +92,7 @@ class ExampleRun {
 
   const Example& example_;
   RoutingSim sim_;
+  LinkPeers links_;
   Station station_;
   std::array<Client, kMaxExampleConnections> clients_;
   std::array<bool, kMaxExampleConnections> skips_{};  // lines that are not shown may come
@@ -95,6 +100,7 @@ class ExampleRun {
   std::unique_ptr<FakeConsole> console_;
   std::size_t routing_seen_ = 0;
   std::size_t console_seen_ = 0;
+  std::size_t log_seen_ = 0;     // bytes
   int sender_ = 1;               // whose lines wait in `unsent_`
   std::string unsent_;           // lines that follow each other go out at once, as a program sends a batch
   Client* repeating_ = nullptr;  // whom `repeated_` may reach any number of times
@@ -137,6 +143,13 @@ testing::AssertionResult ExampleRun::run(const Step& step) {
       return routing_step(step);
     case Peer::kConsole:
       return console_step(step);
+    case Peer::kFar:
+    case Peer::kGroup:
+      return links_.run(step, filled(step.text, 1));
+    case Peer::kStation:
+      return station_step();
+    case Peer::kLog:
+      return log_step(step);
     case Peer::kClient:
       break;
   }
@@ -268,6 +281,26 @@ testing::AssertionResult ExampleRun::console_expect(const std::string& text) {
                                      << testing::PrintToString(last);
 }
 
+testing::AssertionResult ExampleRun::station_step() {
+  const int status = station_.terminate();
+  if (status == 0) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "the station ended with status " << status;
+}
+
+testing::AssertionResult ExampleRun::log_step(const Step& step) {
+  const std::string end = filled(step.text, 1) + "\n";
+  std::size_t at = std::string::npos;
+  const auto look = [&] {
+    at = station_.stderr_text().find(end, log_seen_);
+    return at != std::string::npos;
+  };
+  if (!wait_until(look)) {
+    return testing::AssertionFailure() << "never logged, but:\n" << station_.stderr_text().substr(log_seen_);
+  }
+  log_seen_ = at + end.size();
+  return testing::AssertionSuccess();
+}
+
 testing::AssertionResult ExampleRun::client_shown_all(int connection) {
   Client& client = this->client(connection);
   const bool closed = client.wait_closed(0);
@@ -289,6 +322,7 @@ testing::AssertionResult ExampleRun::console_shown_all() {
 testing::AssertionResult ExampleRun::all_shown() {
   // The console first: what it has sent may reach the clients.
   if (auto shown = console_shown_all(); !shown) return shown;
+  if (auto shown = links_.shown_all(); !shown) return shown;
   for (int connection = 1; connection <= kMaxExampleConnections; ++connection) {
     if (!client(connection).connected()) continue;
     if (auto shown = client_shown_all(connection); !shown) return shown;
@@ -317,12 +351,13 @@ testing::AssertionResult ExampleRun::finish() {
 }
 
 // What may stand in braces: {port}, {port2}: the client's own port, of this connection or of the one named;
-// {console}: the console's port; {host}: the machine's name; {blank}: a blank, at the end of a line; {x81}: a
-// byte that is no text; {9 times x}: as many of them.
+// {console}, {far}: the port of the console, of the foreign device; {host}: the machine's name; {blank}: a
+// blank, at the end of a line; {x81}: a byte that is no text; {9 times x}: as many of them.
 std::optional<std::string> ExampleRun::value_of(std::string_view name, int connection) {
   constexpr std::string_view kPort = "port";
   if (name == "blank") return " ";
   if (name == "console") return std::to_string(console().port());
+  if (name == "far") return std::to_string(links_.far_port());
   if (name == "host") {
     std::array<char, 256> host{};
     (void)::gethostname(host.data(), host.size() - 1);

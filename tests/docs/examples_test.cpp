@@ -14,7 +14,8 @@ namespace hark::test {
 namespace {
 
 // The documents that have examples.
-constexpr std::array<std::string_view, 2> kDocuments{"docs/control-port.md", "docs/panels.md"};
+constexpr std::array<std::string_view, 4> kDocuments{"docs/control-port.md", "docs/panels.md",
+                                                     "docs/links.md", "docs/discovery.md"};
 
 class ExamplesOf : public testing::TestWithParam<std::string_view> {};
 

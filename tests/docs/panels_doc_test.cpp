@@ -15,29 +15,6 @@
 namespace hark::test {
 namespace {
 
-// Whether `text` is `format` with any words in place of its conversions. A blank text in quotes is a word
-// too.
-bool fits_format(std::string_view format, std::string_view text) {
-  const std::size_t percent = format.find('%');
-  if (percent == std::string_view::npos) return text == format;
-  if (!text.starts_with(format.substr(0, percent))) return false;
-  text.remove_prefix(percent);
-  format.remove_prefix(format.find_first_of("cdsu", percent) + 1);
-  for (std::size_t word = 0; word <= text.size(); ++word) {
-    if (fits_format(format, text.substr(word))) return true;
-  }
-  return false;
-}
-
-// A literal as it stands in a source, without its backslashes and its line end.
-std::string plain(std::string literal) {
-  for (const std::string_view end : {"\\n", "\\r"}) {
-    if (literal.ends_with(end)) literal.resize(literal.size() - end.size());
-  }
-  std::erase(literal, '\\');
-  return literal;
-}
-
 // All sources of the panels, one after the other.
 std::string panel_text() {
   std::string text;
