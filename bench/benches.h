@@ -8,9 +8,11 @@
 namespace hark::bench {
 
 struct Settings {
-  std::string harkd;  // path of the daemon's program
-  int calls = 2000;   // measured in each part
-  int idle_s = 30;    // how long the idle daemon is watched
+  std::string harkd;       // path of the daemon's program
+  int calls = 2000;        // measured in each part
+  int idle_s = 30;         // how long the idle daemon is watched
+  int announcements = 10;  // measured between two stations
+  int stations = 500;      // that are found at most
 };
 
 // The readers that run for every line: ns and allocations by call. False when the counter of allocations is
@@ -26,5 +28,18 @@ struct Settings {
 
 // The daemon's loop, by itself: a pass with nothing to do, and one that refreshes all labels. False as above.
 [[nodiscard]] bool loop_bench(Table& table);
+
+// The links to far devices with all ports in use: their part of a pass. False as above.
+[[nodiscard]] bool links_bench(Table& table);
+
+// The table of the stations that were heard of: the write of its file, and memory. False as above.
+[[nodiscard]] bool table_bench(Table& table);
+
+// The row in place of those of the next one, where they are not measured.
+inline constexpr const char* kDiscoveryRows = "stations that find each other";
+// Stations that find each other on a simulated network: from the announcement of one to the other's table,
+// and what many stations cost. One row that says why where
+// there can be no such network; false as above.
+[[nodiscard]] bool discovery_bench(const Settings& settings, Table& table);
 
 }  // namespace hark::bench

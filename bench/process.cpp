@@ -52,10 +52,11 @@ const std::vector<int>& allowed_cores() {
   return cores;
 }
 
-void go_to_core(int core) {
+void go_to_cores(const std::vector<int>& cores) {
   cpu_set_t set;
   CPU_ZERO(&set);
-  CPU_SET(core, &set);
+  for (const int core : cores)
+    CPU_SET(core, &set);
   (void)::sched_setaffinity(0, sizeof set, &set);
 }
 
@@ -84,12 +85,14 @@ pid_t launch(const std::string& program, const std::string& root, const std::str
 void stay_on_one_core() {
   const std::vector<int>& cores = allowed_cores();
   // The last one: the first tends to serve the machine's interrupts.
-  if (!cores.empty()) go_to_core(cores.back());
+  if (!cores.empty()) go_to_cores({cores.back()});
 }
+
+void leave_that_core() { go_to_cores(allowed_cores()); }
 
 bool has_other_core() { return allowed_cores().size() > 1; }
 
-void go_to_other_core() { go_to_core(allowed_cores().front()); }
+void go_to_other_core() { go_to_cores({allowed_cores().front()}); }
 
 Helper::Helper(const std::function<void()>& body) {
   const pid_t parent = ::getpid();
@@ -106,9 +109,9 @@ Helper::~Helper() {
   (void)::waitpid(pid_, nullptr, 0);
 }
 
-TempRoot::TempRoot(const std::string& sources, const std::string& channels) {
-  const char* base = std::getenv("TMPDIR");
-  path_ = std::string(base != nullptr ? base : "/tmp") + "/harkd-bench.XXXXXX";
+TempRoot::TempRoot(const std::string& sources, const std::string& channels, const std::string& base) {
+  const char* temp = std::getenv("TMPDIR");
+  path_ = (!base.empty() ? base : temp != nullptr ? temp : "/tmp") + "/harkd-bench.XXXXXX";
   if (::mkdtemp(path_.data()) == nullptr) std::abort();
   for (const char* folder : {"/etc/Orfe/hark", "/etc/Orfe/EngConf", "/var/run", "/var/tmp"})
     std::filesystem::create_directories(path_ + folder);

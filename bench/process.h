@@ -16,6 +16,9 @@ namespace hark::bench {
 // daemon itself does shows most.
 void stay_on_one_core();
 
+// Ends that: all cores that this process was given are its again, for what it starts from here on too.
+void leave_that_core();
+
 // Whether this process may use another core than that one; and from there on, the calling thread does.
 [[nodiscard]] bool has_other_core();
 void go_to_other_core();
@@ -43,8 +46,9 @@ class Helper {
 // A folder that stands for the root of the file system (HARK_ROOT), with what harkd expects in it.
 class TempRoot {
  public:
-  // `sources` is the file of sources, `channels` the channel file.
-  TempRoot(const std::string& sources, const std::string& channels);
+  // `sources` is the file of sources, `channels` the channel file. It is made in `base`; empty: in $TMPDIR or
+  // /tmp.
+  TempRoot(const std::string& sources, const std::string& channels, const std::string& base = "");
   ~TempRoot();
   TempRoot(const TempRoot&) = delete;
   TempRoot& operator=(const TempRoot&) = delete;

@@ -21,6 +21,10 @@ void Table::print() const {
     width = std::max(width, static_cast<int>(row.what.size()));
   (void)std::printf("%-*s  %12s  %12s\n", width, "what", "value", "aim");
   for (const Row& row : rows_) {
+    if (!row.why_not.empty()) {
+      (void)std::printf("%-*s  not measured: %s\n", width, row.what.c_str(), row.why_not.c_str());
+      continue;
+    }
     const std::string value = number(row.value, row);
     if (!row.aim) {
       (void)std::printf("%-*s  %12s\n", width, row.what.c_str(), value.c_str());

@@ -10,9 +10,10 @@ namespace hark::bench {
 struct Row {
   std::string what;
   double value = 0;
-  std::string unit;
+  std::string unit = {};
   int decimals = 1;
   std::optional<double> aim = std::nullopt;  // the most that is meant; none: shown for what it tells
+  std::string why_not = {};                  // why it was not measured; empty: it was
 };
 
 class Table {

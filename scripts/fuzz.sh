@@ -18,12 +18,12 @@ if [ $# -gt 0 ]; then
 fi
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=(tagtext url control routing options settings channelfile sources panel console
-  callindi)
+  callindi txt fullname ifbvalue ifbline pttdatagram)
 for target in "${targets[@]}"; do
   [ -d "fuzz/corpus/$target" ] || { echo "no such target: $target" >&2; usage; }
 done
 
-scripts/install-deps.sh clang libclang-rt-14-dev llvm cmake ninja-build g++
+scripts/install-deps.sh clang libclang-rt-14-dev llvm
 cmake --preset fuzz >/dev/null
 # Of the targets too: one that crashes clears nothing up. In memory where there is such a place: some targets write
 # files for every input.
@@ -36,7 +36,8 @@ cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}" >"$TMPDIR/build.log
 
 # The longest input by target: some lines of a dialogue, a file, two URLs.
 declare -A max_len=([tagtext]=1024 [url]=512 [control]=2600 [routing]=2600 [options]=1024 [settings]=2600
-  [channelfile]=4200 [sources]=1500 [panel]=2600 [console]=1000 [callindi]=2600)
+  [channelfile]=4200 [sources]=1500 [panel]=2600 [console]=1000 [callindi]=2600 [txt]=700
+  [fullname]=1300 [ifbvalue]=250 [ifbline]=4200 [pttdatagram]=800)
 findings=build/fuzz/findings
 mkdir -p "$findings"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-allocator_may_return_null=1:detect_stack_use_after_return=1}
