@@ -253,7 +253,9 @@ void process(DNSServiceRef ref, const fd_set& set, const char* what) {
 void process_entries(const fd_set& set) {
   const std::uint64_t walk = ++harkbonjour.walk;
   const TimeUs end = clock_now() + kLongestWalkUs;
-  for (auto entry = harkd_dynamicsources.begin(); entry != harkd_dynamicsources.end() && clock_now() < end;) {
+  // The oldest first, so that a flood of new ones keeps nobody from the stations that are known.
+  for (auto entry = harkd_dynamicsources.rbegin();
+       entry != harkd_dynamicsources.rend() && clock_now() < end;) {
     const std::uint64_t freed = harkbonjour.freed;
     const auto unchanged = [freed] { return harkbonjour.freed == freed; };
     if (entry->walk != walk && entry->watched) {
@@ -261,7 +263,7 @@ void process_entries(const fd_set& set) {
       process(entry->resolver, set, "resolver");
       if (unchanged() && entry->watched) process(entry->addr_query, set, "dnssvcAddrInfo");
     }
-    entry = unchanged() ? std::next(entry) : harkd_dynamicsources.begin();
+    entry = unchanged() ? std::next(entry) : harkd_dynamicsources.rbegin();
   }
 }
 
@@ -276,7 +278,12 @@ int harkbonjour_initialize(unsigned ifindex, int port, const char* name) {
   if (ifindex != 0) read_interface();
   if (former != ifindex) harkbonjour_cleanup_browse();
   harkbonjour_cleanup_announcements();
-  if (port != 0 && name != nullptr && *name != '\0' && !announce(name, port)) return kRegistrationFailed;
+  if (port != 0 && name != nullptr && *name != '\0' && !announce(name, port)) {
+    // Nothing is served until the next start. A browse that went on would not hear which stations go, and
+    // would hold what the daemon may lack for the registration: it allows each client so many objects only.
+    if (harkbonjour.dnssvcBrowser != nullptr) harkbonjour_cleanup_browse();
+    return kRegistrationFailed;
+  }
   if (harkbonjour.dnssvcBrowser != nullptr) return 0;
   DNSServiceRef browser = nullptr;
   if (DNSServiceBrowse(&browser, 0, ifindex, hark_svctype, "", browse_reply, nullptr) !=

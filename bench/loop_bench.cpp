@@ -140,6 +140,7 @@ void run_daemon(const TempRoot& root, int ctrl_port, int qnr_port, const Signal&
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO})
     (void)::dup2(nowhere, fd);
   (void)::setenv("HARK_ROOT", root.path().c_str(), 1);
+  (void)::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
   apply_hark_root();
   openlog(station.appName.c_str(), kLogPid, kLogFacilityUser);
   const std::string ctrl = std::to_string(ctrl_port);

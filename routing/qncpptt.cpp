@@ -48,10 +48,12 @@ int fail_bind(const sockaddr_in& address) {
   return -1;
 }
 
-ip_mreq membership(in_addr_t interface_address) {
-  ip_mreq request{};
+// By the index too: an interface that was replaced may have its old address again.
+ip_mreqn membership(in_addr_t interface_address, unsigned interface_index) {
+  ip_mreqn request{};
   request.imr_multiaddr = qncpptt.req_addr.sin_addr;
-  request.imr_interface.s_addr = interface_address;
+  request.imr_address.s_addr = interface_address;
+  request.imr_ifindex = static_cast<int>(interface_index);
   return request;
 }
 
@@ -59,28 +61,30 @@ int set_ip_option(int option, const void* value, socklen_t size) {
   return ::setsockopt(qncpptt.fd.get(), IPPROTO_IP, option, value, size);
 }
 
-void join_group(in_addr_t interface_address) {
-  const ip_mreq request = membership(interface_address);
+void join_group(in_addr_t interface_address, unsigned interface_index) {
+  const ip_mreqn request = membership(interface_address, interface_index);
   const auto group = dotted(request.imr_multiaddr.s_addr);
   if (set_ip_option(IP_ADD_MEMBERSHIP, &request, sizeof request) != 0) {
     syslog(kLogError, "qncpptt join %s error %d\n", group.data(), errno);
   } else {
     syslog(kLogDebug, "qncpptt joined %s on %s\n", group.data(), dotted(interface_address).data());
   }
-  if (set_ip_option(IP_MULTICAST_IF, &request.imr_interface, sizeof request.imr_interface) != 0)
+  if (set_ip_option(IP_MULTICAST_IF, &request, sizeof request) != 0)
     syslog(kLogError, "qncpptt MULTICAST_IF %s error %d\n", dotted(interface_address).data(), errno);
 }
 
 // Follows the SIP address: the group is heard, and spoken to, on its interface.
-void qncpptt_select_mcast_iface(in_addr_t address) {
-  if (!qncpptt.fd.is_open() || address == qncpptt.mcast_iface_addr) return;
+void qncpptt_select_mcast_iface(in_addr_t address, unsigned index) {
+  if (!qncpptt.fd.is_open()) return;
+  if (address == qncpptt.mcast_iface_addr && index == qncpptt.mcast_iface_index) return;
   if (qncpptt.mcast_iface_addr != 0) {
-    const ip_mreq request = membership(qncpptt.mcast_iface_addr);
+    const ip_mreqn request = membership(qncpptt.mcast_iface_addr, qncpptt.mcast_iface_index);
     // Without effect, and no loss, where the interface went away with its address.
     (void)set_ip_option(IP_DROP_MEMBERSHIP, &request, sizeof request);
   }
   qncpptt.mcast_iface_addr = address;
-  if (address != 0) join_group(address);
+  qncpptt.mcast_iface_index = index;
+  if (address != 0) join_group(address, index);
 }
 
 void qncpptt_request(const qncpptt_port& port, bool down) {
@@ -207,7 +211,7 @@ void qncpptt_receive(const char* text, TimeUs now) {
 }
 
 void qncpptt_processevents(const fd_set& readable, TimeUs now) {
-  qncpptt_select_mcast_iface(station.sip_ip);
+  qncpptt_select_mcast_iface(station.sip_ip, station.sip_iface_index);
   if (fdset_has(qncpptt.fd.get(), readable)) receive(now);
   for (qncpptt_port& port : qncpptt.ports)
     run_timers(port, now);
@@ -218,6 +222,7 @@ void qncpptt_cleanup() {
     (void)qncpptt_clr(port);
   qncpptt.ports.fill(qncpptt_port());
   qncpptt.mcast_iface_addr = 0;
+  qncpptt.mcast_iface_index = 0;
   qncpptt.fd.reset();
 }
 

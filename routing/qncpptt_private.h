@@ -23,6 +23,7 @@ struct QncpPtt {
   std::array<qncpptt_port, qncpptt_ports_count> ports{};
   UniqueFd fd;
   in_addr_t mcast_iface_addr = 0;  // the interface in use, network order; 0: none
+  unsigned mcast_iface_index = 0;  // its index
   sockaddr_in req_addr;            // where requests go: 239.192.255.4:4011. A test may point it elsewhere
   in_port_t local_port = 4012;     // host order. A test may set it to 0, for any free one
 

@@ -6,12 +6,13 @@
 #include <utility>
 
 #include "addressing/dnssd/bounded_wait.h"
+#include "base/clock.h"
 
 namespace hark {
 namespace {
 
-// Of one reference at a time: each may cost the caller a request of its own to the daemon.
-constexpr int kMostReplies = 16;
+// Of one reference's replies: each may cost the caller a request of its own to the daemon.
+constexpr TimeUs kLongestRoundUs = 20'000;
 
 bool means_lost(int error) {
   return error == AVAHI_ERR_NO_DAEMON || error == AVAHI_ERR_DISCONNECTED || error == AVAHI_ERR_DBUS_ERROR ||
@@ -143,7 +144,8 @@ void ReplyQueue::push(std::function<void()> reply) {
 
 void ReplyQueue::deliver() {
   // What is left keeps the descriptor readable. After a loss nothing is worth asking further.
-  for (int i = 0; i < kMostReplies && !replies_.empty() && !connection_->is_lost(); ++i) {
+  const TimeUs end = clock_now() + kLongestRoundUs;
+  while (!replies_.empty() && !connection_->is_lost() && clock_now() < end) {
     const std::function<void()> reply = std::move(replies_.front());
     replies_.pop_front();
     connection_->count_waiting(-1);

@@ -51,6 +51,17 @@ std::string without_dot(const char* name) {
   return text;
 }
 
+// A service name that may be changed, as long as it may be at most; no character is cut in two.
+std::string fitting_name(std::string name) {
+  constexpr std::size_t kLongestName = 63;
+  if (name.size() <= kLongestName) return name;
+  std::size_t length = kLongestName;
+  while ((static_cast<unsigned char>(name[length]) & 0xC0U) == 0x80U)
+    --length;
+  name.resize(length);
+  return name;
+}
+
 // Makes a reference of the kind, lets `prepare` fill it, and starts it. `out` is set on success alone.
 template <typename Kind, typename Callback, typename Prepare>
 DNSServiceErrorType make(DNSServiceRef* out, DnssdCall call, Callback callback, Prepare prepare) {
@@ -85,7 +96,9 @@ DNSServiceErrorType DNSSD_API DNSServiceRegister(DNSServiceRef* out, DNSServiceF
                                                  const char* domain, const char* host, uint16_t port,
                                                  uint16_t txt_length, const void* txt,
                                                  DNSServiceRegisterReply callback, void* context) {
-  DnssdCall call{nullptr, flags, interface_index, utf8_or_empty(name), without_dot(type), without_dot(domain),
+  std::string own_name = utf8_or_empty(name);
+  if ((flags & kDNSServiceFlagsNoAutoRename) == 0) own_name = fitting_name(std::move(own_name));
+  DnssdCall call{nullptr, flags, interface_index, std::move(own_name), without_dot(type), without_dot(domain),
                  context};
   return make<Registration>(out, std::move(call), callback, [&](Registration& registration) {
     registration.set_target(without_dot(host), port);

@@ -16,8 +16,12 @@ namespace {
 constexpr std::uint32_t kTtlSeconds = 120;
 constexpr int kMostRenames = 100;
 
+// kDNSServiceInterfaceIndexLocalOnly would come out as AVAHI_IF_UNSPEC, all interfaces, which is its
+// opposite.
 AvahiIfIndex avahi_interface(std::uint32_t index) {
-  return index == 0 ? AVAHI_IF_UNSPEC : static_cast<AvahiIfIndex>(index);
+  constexpr AvahiIfIndex kNone = -2;
+  if (index == 0) return AVAHI_IF_UNSPEC;
+  return index <= INT32_MAX ? static_cast<AvahiIfIndex>(index) : kNone;
 }
 
 std::string with_dot(const char* name) { return std::string(name) + "."; }
@@ -39,7 +43,8 @@ Registration::~Registration() { give_back(group_, avahi_entry_group_free); }
 
 DNSServiceErrorType Registration::set_txt(const void* txt, std::uint16_t length) {
   AvahiStringList* list = nullptr;
-  if (length > 0 && avahi_string_list_parse(txt, length, &list) < 0) return kDNSServiceErr_BadParam;
+  if (length > 0 && (txt == nullptr || avahi_string_list_parse(txt, length, &list) < 0))
+    return kDNSServiceErr_BadParam;
   // In the library's order, last item first, in which it takes a list as well.
   txt_.reset(list);
   return kDNSServiceErr_NoError;
@@ -51,7 +56,11 @@ DNSServiceErrorType Registration::start() {
     if (host == nullptr) return connection().take_error();
     call_.name = host;
   }
-  return connection().is_running() ? publish() : kDNSServiceErr_NoError;
+  if (!connection().is_running()) return kDNSServiceErr_NoError;
+  const DNSServiceErrorType error = publish();
+  if (error != kDNSServiceErr_NameConflict) return error;
+  tell(error);
+  return kDNSServiceErr_NoError;
 }
 
 void Registration::host_ready(bool ready) {

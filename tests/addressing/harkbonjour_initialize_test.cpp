@@ -90,12 +90,17 @@ TEST_F(BonjourStart, FailedRegistrationIs11001AndStartsNoBrowse) {
   EXPECT_EQ(scripted_dnssd.Live(), 0);
 }
 
-TEST_F(BonjourStart, FailedRegistrationKeepsARunningBrowseAndItsStations) {
+// A flood of stations used up what the DNS-SD daemon allows one client, and a browse that nobody served kept
+// it: the registration was refused for ever, and no station went any more.
+TEST_F(BonjourStart, FailedRegistrationGivesBackAllThatTheBrowseHolds) {
   Start();
   Known("Ann", "10.0.0.1");
-  scripted_dnssd.SetResult(DnssdKind::kRegister, kDNSServiceErr_NoMemory);
+  scripted_dnssd.SetResult(DnssdKind::kRegister, kDNSServiceErr_Refused);
   EXPECT_EQ(harkbonjour_initialize(0, kPort, "Studio A"), kRegistrationFailed);
-  EXPECT_EQ(Url("Ann"), "hark:10.0.0.1");
+  EXPECT_EQ(scripted_dnssd.Live(), 0);
+  EXPECT_TRUE(harkd_dynamicsources.empty());
+  scripted_dnssd.SetResult(DnssdKind::kRegister, 0);
+  EXPECT_EQ(harkbonjour_initialize(0, kPort, "Studio A"), 0);
   EXPECT_EQ(scripted_dnssd.Live(DnssdKind::kBrowse), 1);
 }
 

@@ -112,6 +112,39 @@ TEST_F(LostDaemon, MayHangWithoutHoldingUpTheStation) {
   EXPECT_TRUE(a.station.ends_clean());
 }
 
+TEST_F(LostDaemon, MayHangWithItsBus) {
+  Boot(a, desk);
+  ASSERT_TRUE(WellAgain());
+  a.host.pause_bus();
+  ASSERT_TRUE(a.give_source("SRC 1 PSNM:\"Other\" RTPA:\"239.192.0.77:5004\""));
+  const auto start = steady_clock::now();
+  EXPECT_TRUE(AnswersUntil(desk, [&] { return steady_clock::now() - start > std::chrono::seconds(6); }));
+  a.host.resume_bus();
+  EXPECT_TRUE(a.wait_entry("IC 000002", a.own_entry("Other"), kRecoverMs));
+  EXPECT_TRUE(a.wait_entry("gate", kGate, kRecoverMs));
+  EXPECT_TRUE(witness_->wait_there("IC 000002", kRecoverMs));
+  EXPECT_TRUE(a.station.ends_clean());
+}
+
+TEST_F(LostDaemon, MayHangWithItsBusFromTheStartOn) {
+  ASSERT_TRUE(a.host.start_discovery());
+  a.host.pause_bus();
+  Start(a, desk);
+  const auto start = steady_clock::now();
+  EXPECT_TRUE(AnswersUntil(desk, [&] { return steady_clock::now() - start > std::chrono::seconds(3); }));
+  a.host.resume_bus();
+  EXPECT_TRUE(WellAgain());
+  EXPECT_TRUE(a.station.ends_clean());
+}
+
+TEST_F(LostDaemon, MayHangWithItsBusWhileTheStationEnds) {
+  Boot(a, desk);
+  ASSERT_TRUE(WellAgain());
+  a.host.pause_bus();
+  EXPECT_TRUE(a.station.ends_clean());
+  EXPECT_EQ(a.table(), "");
+}
+
 // Each press and each release of such a key asks the daemon; all of them together may cost no more than one.
 TEST_F(LostDaemon, MayHangWhileKeysOfUnknownStationsArePressed) {
   Boot(a, desk);

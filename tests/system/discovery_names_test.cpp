@@ -135,5 +135,65 @@ TEST_F(OddStations, HaveOnlyTheDetailsThatCanBeRead) {
   EXPECT_TRUE(a.station.ends_clean());
 }
 
+// The system bus ends whoever gives it a text that is not UTF-8.
+class OddLabels : public DiscoveryTest {
+ protected:
+  struct Row {
+    std::string label;
+    std::string announced;
+  };
+  // As a panel in another code page writes it, and one whose tenth byte is the first of a character.
+  static std::vector<Row> Rows() {
+    return {{"M\xfcnchen", "M?nchen"}, {"Studio Na\xc3\xbc", "Studio Na?"}, {"Grün", "Grün"}};
+  }
+
+  NetStation a{net, 2};
+  Desk desk;
+};
+
+TEST_F(OddLabels, OfTheSettingsAreAnnouncedAsUtf8) {
+  const Witness witness(watcher);
+  ASSERT_TRUE(a.host.start_discovery());
+  for (const Row& row : Rows()) {
+    SCOPED_TRACE(row.announced);
+    a.station.write_settings("HARK LABL:\"" + row.label + "\"\n");
+    Desk other;
+    Start(a, other);
+    EXPECT_TRUE(witness.wait_there(row.announced));
+    EXPECT_TRUE(a.logged("add " + row.announced + ".")) << "it hears of itself, too";
+    EXPECT_TRUE(a.station.ends_clean());
+    EXPECT_TRUE(witness.wait_gone(row.announced));
+  }
+}
+
+TEST_F(OddLabels, AreAnnouncedAsUtf8WhenTheyAreGivenLater) {
+  const Witness witness(watcher);
+  Boot(a, desk);
+  ASSERT_TRUE(witness.wait_there("IC 000002"));
+  for (const Row& row : Rows()) {
+    SCOPED_TRACE(row.announced);
+    ASSERT_TRUE(desk.send("HARK LABL:\"" + row.label + "\""));
+    EXPECT_TRUE(witness.wait_there(row.announced));
+  }
+  EXPECT_TRUE(a.station.ends_clean());
+}
+
+TEST_F(OddLabels, OfKeysThatArePressedAreLookedUp) {
+  const Program gate = watcher.publish({.name = "gate"});
+  a.station.write_log_params("0.0.0.0", 7);
+  Boot(a, desk);
+  for (const Row& row : Rows()) {
+    SCOPED_TRACE(row.announced);
+    const std::string label = row.label.substr(0, 10);
+    ASSERT_TRUE(desk.assign("KL01", row.label));
+    ASSERT_TRUE(desk.wait_display("KL01", "TEXT=\"" + label + "\", ALT=\"\", DFL=0"));
+    ASSERT_TRUE(desk.tap("KL01"));
+    EXPECT_TRUE(a.logged("lookup " + label + "._hark._tcp.local."));
+  }
+  EXPECT_TRUE(a.wait_entry("gate", "gate" + kAddress + "\n\tharkd 4013\n"));
+  EXPECT_EQ(a.log_count("mdns failure"), 0);
+  EXPECT_TRUE(a.station.ends_clean());
+}
+
 }  // namespace
 }  // namespace hark::test

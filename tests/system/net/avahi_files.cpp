@@ -105,8 +105,9 @@ std::string service_file(const Announced& service) {
   return text + "</service></service-group>\n";
 }
 
-std::string avahi_config(const std::string& host_name, const std::string& interfaces) {
-  return "[server]\nhost-name=" + host_name + "\nuse-ipv4=yes\nuse-ipv6=no\nallow-interfaces=" + interfaces +
+std::string avahi_config(const std::string& host_name, const std::string& interfaces, bool ipv6) {
+  return "[server]\nhost-name=" + host_name + "\nuse-ipv4=yes\nuse-ipv6=" + (ipv6 ? "yes" : "no") +
+         "\nallow-interfaces=" + interfaces +
          "\nobjects-per-client-max=100000\ncache-entries-max=100000\n"
          "[wide-area]\nenable-wide-area=no\n"
          "[publish]\npublish-hinfo=no\npublish-workstation=no\n";

@@ -18,8 +18,9 @@ struct Announced {
 
 // The file of a service that avahi-daemon announces by itself.
 [[nodiscard]] std::string service_file(const Announced& service);
-// Configuration of a DNS-SD daemon on these interfaces, "eth0,eth1".
-[[nodiscard]] std::string avahi_config(const std::string& host_name, const std::string& interfaces);
+// Configuration of a DNS-SD daemon on these interfaces, "eth0,eth1", over IPv4 and, if so, IPv6.
+[[nodiscard]] std::string avahi_config(const std::string& host_name, const std::string& interfaces,
+                                       bool ipv6 = false);
 // Configuration of a system bus on which everybody may do everything, and that starts nothing.
 [[nodiscard]] std::string bus_config();
 

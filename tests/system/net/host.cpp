@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -97,6 +96,21 @@ bool Host::add_second_interface() {
          wait_forwarding(port_of(Segment::kSecond));
 }
 
+bool Host::turn_ipv6_on() {
+  ipv6_ = true;
+  const NetworkScope inside = scope();
+  set_ipv6(true);
+  // The address is no good before the kernel has asked whether another has it.
+  const std::string command = "ip -oneline -6 address show dev eth0 -tentative";
+  return ip_commands("link set eth0 down\nlink set eth0 up\nroute replace 224.0.0.0/4 dev eth0\n") &&
+         wait_until([&] {
+           const std::unique_ptr<std::FILE, int (*)(std::FILE*)> answer(::popen(command.c_str(), "re"),
+                                                                        ::pclose);
+           std::array<char, 1> byte{};
+           return answer && std::fread(byte.data(), 1, byte.size(), answer.get()) > 0;
+         });
+}
+
 std::string Host::port_of(Segment segment) const {
   return "p" + std::to_string(number_) + "s" + std::to_string(static_cast<int>(segment));
 }
@@ -123,7 +137,7 @@ testing::AssertionResult Host::start_bus() {
 }
 
 void Host::launch_avahi() {
-  files_.write("run/avahi.conf", avahi_config(name(), interfaces_));
+  files_.write("run/avahi.conf", avahi_config(name(), interfaces_, ipv6_));
   avahi_ = Program({"avahi-daemon", "--file=/run/avahi.conf", "--no-drop-root", "--no-chroot", "--no-rlimits",
                     "--no-proc-title"},
                    output_file(), entry());

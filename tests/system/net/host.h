@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 #include <string>
 #include <vector>
@@ -54,10 +55,14 @@ class Host {
   [[nodiscard]] bool replug(int number);
   // A second interface, eth1, on the second segment. Before the DNS-SD daemon is started.
   [[nodiscard]] bool add_second_interface();
+  // IPv6 on eth0 as well, with the address that it gives itself. Before the DNS-SD daemon is started.
+  [[nodiscard]] bool turn_ipv6_on();
 
   // The system bus.
   [[nodiscard]] testing::AssertionResult start_bus();
   void kill_bus() { bus_.kill(); }
+  void pause_bus() { bus_.send_signal(SIGSTOP); }
+  void resume_bus() { bus_.send_signal(SIGCONT); }
   // The DNS-SD daemon; launch_avahi() does not wait until its own name is settled on the network.
   [[nodiscard]] testing::AssertionResult start_avahi();
   void launch_avahi();
@@ -89,6 +94,7 @@ class Host {
   int number_;
   std::string address_;
   std::string interfaces_ = "eth0";
+  bool ipv6_ = false;
   TempRoot files_;
   NameSpaces spaces_;
   bool made_ = false;

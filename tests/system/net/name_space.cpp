@@ -50,7 +50,7 @@ bool put_in_place(const Binds& binds) {
     std::perror(place.c_str());
     return false;
   }
-  turn_ipv6_off();
+  set_ipv6(false);
   return true;
 }
 
@@ -105,9 +105,9 @@ NetworkScope::~NetworkScope() {
   std::abort();  // whatever came next would happen in the wrong place
 }
 
-void turn_ipv6_off() {
+void set_ipv6(bool on) {
   for (const char* scope : {"all", "default"})
-    std::ofstream(std::string("/proc/sys/net/ipv6/conf/") + scope + "/disable_ipv6") << 1;
+    std::ofstream(std::string("/proc/sys/net/ipv6/conf/") + scope + "/disable_ipv6") << (on ? 0 : 1);
 }
 
 }  // namespace hark::test

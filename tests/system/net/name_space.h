@@ -43,7 +43,8 @@ class NetworkScope {
   UniqueFd before_;
 };
 
-// No IPv6 in the network of this process: no addresses that configure themselves, nothing sent unasked.
-void turn_ipv6_off();
+// IPv6 in the network of this process. Without it there are no addresses that configure themselves, and
+// nothing is sent unasked.
+void set_ipv6(bool on);
 
 }  // namespace hark::test

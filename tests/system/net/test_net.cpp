@@ -38,7 +38,7 @@ TestNet::TestNet() : before_(own_network()) {
     before_.reset();
     return;
   }
-  turn_ipv6_off();
+  set_ipv6(false);
   if (!ip_commands("link set lo up\n" + bridge_commands(Segment::kFirst) + bridge_commands(Segment::kSecond) +
                    "route add 224.0.0.0/4 dev " + bridge_of(Segment::kFirst) + "\n")) {
     why_not_ = "no bridges for this test: ip(8) failed";
