@@ -116,6 +116,9 @@ TEST_F(InALoop, IsNotReadyForRepliesThatAreDroppedWithTheirReference) {
   StartDaemon();
   Asked other;
   ASSERT_EQ(other.browse(0, "_other._tcp"), 0);
+  Asked all;
+  ASSERT_EQ(all.browse(), 0);
+  ASSERT_TRUE(all.wait_told(20));
   ASSERT_TRUE(wait_until([&] { return !other.is_ready(); }));
   // Processed by nobody: the other one takes its replies from the daemon, and leaves them waiting.
   DNSServiceRef ref = nullptr;
