@@ -24,15 +24,18 @@ class Registered : public DnssdTest {
     Asked record;
     if (const auto error = record.query(full_name.c_str(), kDNSServiceType_TXT); error != 0)
       return testing::AssertionFailure() << "error " << error;
-    // A former record may be told of, and be taken back behind the one that replaces it.
+    // The daemon tells of what it announces and of what its cache still holds, a former record among that, in
+    // either order: the record stands when the last that is told of it is that it is there.
     const auto stands = [&] {
-      const auto newest = std::find_if(record.told.rbegin(), record.told.rend(),
-                                       [](const Told& told) { return told.is_add(); });
-      return newest != record.told.rend() && newest->data == txt;
+      const auto last = std::find_if(record.told.rbegin(), record.told.rend(),
+                                     [&](const Told& told) { return told.data == txt; });
+      return last != record.told.rend() && last->is_add();
     };
     if (wait_until(stands)) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << "the record is " << (record.told.empty() ? "missing" : record.told.back().data);
+    testing::AssertionResult missing = testing::AssertionFailure() << "told:";
+    for (const Told& told : record.told)
+      missing << (told.is_add() ? " +" : " -") << told.data;
+    return missing;
   }
 };
 
