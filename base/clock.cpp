@@ -1,6 +1,7 @@
 #include "base/clock.h"
 
 #include <sys/time.h>
+#include <sys/times.h>
 
 namespace hark {
 namespace {
@@ -18,6 +19,13 @@ struct ClockState {
 };
 ClockState g_clock;
 
+std::int32_t ticks_of_process() {
+  tms unused{};
+  return static_cast<std::int32_t>(times(&unused));
+}
+
+TickSource g_ticks = ticks_of_process;
+
 }  // namespace
 
 TimeUs clock_now() {
@@ -31,5 +39,9 @@ void clock_set_source(ClockSource source) {
   g_clock = ClockState{};
   if (source != nullptr) g_clock.source = source;
 }
+
+std::int32_t clock_ticks() { return g_ticks(); }
+
+void clock_set_tick_source(TickSource source) { g_ticks = source != nullptr ? source : ticks_of_process; }
 
 }  // namespace hark

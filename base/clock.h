@@ -1,4 +1,4 @@
-// The one seam through which the control layer learns the time. The main loop reads it once per pass and
+// The one seam through which the daemon learns the time. The main loop reads it once per pass and
 // hands the value down; the few places that need a time of their own (a drop, a pulse) read it here too.
 // Tests put a clock of their own behind it and move that instead of sleeping.
 #pragma once
@@ -22,5 +22,14 @@ TimeUs clock_now();
 
 // Replaces the source of the time; null puts gettimeofday(2) back. Forgets any absorbed step. For tests.
 void clock_set_source(ClockSource source);
+
+// Where the process's tick counter comes from: returns the low 32 bits of times(2).
+using TickSource = std::int32_t (*)();
+
+// The tick counter now: the low 32 bits of times(2), which wrap. No step of the system's clock touches it.
+std::int32_t clock_ticks();
+
+// Replaces the source of the ticks; null puts times(2) back. For tests.
+void clock_set_tick_source(TickSource source);
 
 }  // namespace hark

@@ -28,8 +28,20 @@ int copy_text(std::span<char> out, std::string_view text);
 // The text in a fixed field, up to its NUL or the field's end.
 [[nodiscard]] std::string_view field_text(std::span<const char> field);
 
+// The letter in lower case (ASCII); any other byte as it is.
+[[nodiscard]] constexpr char ascii_lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 // Whether `text` begins with `prefix`, without regard to case (ASCII).
 [[nodiscard]] bool starts_with_nocase(const char* text, std::string_view prefix);
+[[nodiscard]] constexpr bool starts_with_nocase(std::string_view text, std::string_view prefix) {
+  if (text.size() < prefix.size()) return false;
+  for (std::size_t i = 0; i < prefix.size(); ++i) {
+    if (text[i] != prefix[i] && ascii_lower(text[i]) != ascii_lower(prefix[i])) return false;
+  }
+  return true;
+}
 // Whether `text` is `other`, without regard to case (ASCII).
 [[nodiscard]] bool equal_nocase(const char* text, std::string_view other);
 
