@@ -1,14 +1,32 @@
 #include "sipua/SipServiceUA.h"
 
+#include <netinet/in.h>
+
 #include <new>
 
+#include "base/text.h"
 #include "sipua/SipStackUA.h"
 
 namespace hark {
 
 std::unique_ptr<SipServiceUA> SipServiceUA::Create(SipStackUA& stack, unsigned serviceIndex,
                                                    const SipServiceConfig& config) {
-  return std::unique_ptr<SipServiceUA>(new (std::nothrow) SipServiceUA(stack, serviceIndex, config));
+  std::unique_ptr<SipServiceUA> service(new (std::nothrow) SipServiceUA(stack, serviceIndex, config));
+  if (service == nullptr || service->InitPayloads()) return service;
+  stack.events().NotifyServiceError(serviceIndex, kServiceErrorFailed, "Unable to parse payload types!");
+  return nullptr;
+}
+
+bool SipServiceUA::InitPayloads() {
+  if (!m_Payloads.ParsePayloadTypes(m_Config.payloadTypes.empty() ? nullptr : m_Config.payloadTypes.c_str()))
+    return false;
+  const std::uint32_t ip = m_Config.publicIp;
+  std::array<char, INET_ADDRSTRLEN> address;
+  const int length =
+      format_text(address, "%u.%u.%u.%u", ip >> 24U, ip >> 16U & 0xFFU, ip >> 8U & 0xFFU, ip & 0xFFU);
+  m_nSdpPoolSize = InitSDPConfig(m_DefaultSdp, m_SdpPool, {address.data(), static_cast<std::size_t>(length)},
+                                 m_Payloads.types());
+  return true;
 }
 
 SipServiceUA::SipServiceUA(SipStackUA& stack, unsigned serviceIndex, const SipServiceConfig& config)

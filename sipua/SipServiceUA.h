@@ -2,12 +2,14 @@
 // payloads, its texts) is kept here for the stack, which is not built.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "sipua/SipLine.h"
+#include "sipua/SipPayloads.h"
 
 namespace hark {
 
@@ -33,7 +35,8 @@ struct SipServiceConfig {
 
 class SipServiceUA {
  public:
-  // A service with all its lines idle, or null when it cannot be made. Borrows `stack`.
+  // A service with all its lines idle, or null when it cannot be made; payload types that cannot be read are
+  // told as a service error. Borrows `stack`.
   [[nodiscard]] static std::unique_ptr<SipServiceUA> Create(SipStackUA& stack, unsigned serviceIndex,
                                                             const SipServiceConfig& config);
 
@@ -43,6 +46,12 @@ class SipServiceUA {
   // What it is made of.
   [[nodiscard]] const SipServiceConfig& config() const { return m_Config; }
 
+  // How many payload types it has. Without any it has no description to offer.
+  [[nodiscard]] std::size_t GetSdpPTCnt() const { return m_Payloads.types().size(); }
+  // The session description that it offers, with the pool of its texts; empty without payload types.
+  [[nodiscard]] const cpsdp_parms& default_sdp() const { return m_DefaultSdp; }
+  [[nodiscard]] std::string_view default_sdp_pool() const { return {m_SdpPool.data(), m_nSdpPoolSize}; }
+
   // Each puts the service's index in front and passes the event up.
   void NotifyLineSeized(unsigned line) const;
   void NotifyLineState(unsigned line, ISipStackUAEvents::ESipLineState state) const;
@@ -50,11 +59,17 @@ class SipServiceUA {
 
  private:
   SipServiceUA(SipStackUA& stack, unsigned serviceIndex, const SipServiceConfig& config);
+  // False when the payload types cannot be read.
+  [[nodiscard]] bool InitPayloads();
 
   SipStackUA& m_pStack;
   const unsigned m_nServiceIndex;
   const SipServiceConfig m_Config;
   std::vector<SipLine> m_pLines;
+  SipPayloads m_Payloads;
+  cpsdp_parms m_DefaultSdp;
+  std::array<char, kCpsdpMaxEncoded> m_SdpPool;
+  std::size_t m_nSdpPoolSize = 0;
 };
 
 }  // namespace hark
