@@ -1,9 +1,15 @@
 // The time as the control layer sees it: it follows its source forwards, and a step backwards never shows.
+// And the tick counter, which is its source's with nothing added.
 #include "base/clock.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/time.h>
+#include <sys/times.h>
+
+#include <cstdint>
+
+#include "support/test_ticks.h"
 
 namespace hark {
 namespace {
@@ -92,6 +98,40 @@ TEST_F(Clock, WithoutASourceItIsTheSystemsClock) {
   ASSERT_EQ(::gettimeofday(&after, nullptr), 0);
   EXPECT_GE(now, before.tv_sec * kUsPerSecond + before.tv_usec);
   EXPECT_LE(now, after.tv_sec * kUsPerSecond + after.tv_usec);
+}
+
+TEST(Ticks, AreWhatTheSourceSays) {
+  TestTicks ticks;
+  for (const std::int32_t value : {0, 1, INT32_MAX, INT32_MIN, -1, 5}) {
+    ticks.Set(value);
+    EXPECT_EQ(clock_ticks(), value);
+  }
+  EXPECT_EQ(TestTicks::Reads(), 6U);
+}
+
+TEST(Ticks, WrapWithTheirSource) {
+  TestTicks ticks(INT32_MAX);
+  ticks.Advance(1);
+  EXPECT_EQ(clock_ticks(), INT32_MIN);
+  ticks.Advance(0x80000000U);
+  EXPECT_EQ(clock_ticks(), 0);
+}
+
+TEST_F(Clock, TicksTakeNoNoteOfItsSteps) {
+  const TestTicks ticks(100);
+  SourceSays(500);
+  (void)clock_now();
+  EXPECT_EQ(clock_ticks(), 100);
+}
+
+// The low 32 bits; the difference is taken as it wraps.
+TEST(Ticks, WithoutASourceAreThoseOfTheProcess) {
+  { const TestTicks ticks(-77); }
+  tms unused{};
+  const auto before = static_cast<std::uint32_t>(::times(&unused));
+  const auto now = static_cast<std::uint32_t>(clock_ticks());
+  const auto after = static_cast<std::uint32_t>(::times(&unused));
+  EXPECT_LE(now - before, after - before);
 }
 
 }  // namespace
