@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -44,6 +45,21 @@ int copy_text(std::span<char> out, std::string_view text);
 }
 // Whether `text` is `other`, without regard to case (ASCII).
 [[nodiscard]] bool equal_nocase(const char* text, std::string_view other);
+
+// Takes the digits that `text` begins with off it: the number that they say, held to `most`, which is below
+// 2^60. None gives 0.
+[[nodiscard]] constexpr std::uint64_t take_digits(std::string_view& text, std::uint64_t most) {
+  std::uint64_t number = 0;
+  std::size_t at = 0;
+  for (; at != text.size(); ++at) {
+    const unsigned digit = static_cast<unsigned char>(text[at]) - unsigned{'0'};
+    if (digit > 9) break;
+    number = number * 10 + digit;
+    if (number > most) number = most;
+  }
+  text.remove_prefix(at);
+  return number;
+}
 
 // strtol with base 10 from `text`, held to the range of int. No number gives 0. Null gives 0.
 [[nodiscard]] int parse_int(const char* text);

@@ -55,6 +55,7 @@ std::string_view cpsdp_static_payload(std::uint16_t number) {
 }
 
 void cpsdp_parms::copy_from(const cpsdp_parms& other) {
+  if (this == &other) return;
   cpsdp_session::operator=(other);
   for (std::size_t i = 0; i < media.size(); ++i) {
     media[i].reset();

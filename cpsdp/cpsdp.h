@@ -21,6 +21,10 @@ inline constexpr std::size_t kCpsdpMaxContacts = 2;     // e= lines, p= lines
 inline constexpr std::size_t kCpsdpMaxToken = 129;      // characters of a word of a line
 inline constexpr std::size_t kCpsdpMaxText = 255;       // characters of a text
 inline constexpr std::size_t kCpsdpMaxEncoded = 1024;   // bytes of a description on the wire
+inline constexpr std::size_t kEventBits = 256;          // telephone events that have a bit
+// What an answer appends to the offer's texts at most: our origin and connection, and for each medium a
+// connection, an event list and an annexb.
+inline constexpr std::size_t kCpsdpAnswerAdds = 3 * kCpsdpMaxText + kCpsdpMaxMedia * (2 * kCpsdpMaxText + 10);
 
 // A text in the pool.
 struct cpsdp_text {
@@ -69,6 +73,16 @@ struct cpsdp_media {
   cpsdp_direction direction = cpsdp_direction::none;
   std::uint8_t a_count = 0;
   std::array<cpsdp_text, kCpsdpMaxAttributes> a_attr{};  // other attributes, whole lines
+
+  template <typename Visit>
+  void for_each_text(Visit visit) {
+    for (cpsdp_text* text : {&i_info, &c_address, &b_type, &k_key})
+      visit(*text);
+    for (auto* texts : {&rtp_name, &rtp_param, &fmtp, &a_attr}) {
+      for (cpsdp_text& text : *texts)
+        visit(text);
+    }
+  }
 };
 
 // What a description says of the session itself.
@@ -97,7 +111,27 @@ struct cpsdp_session {
   std::uint8_t a_count = 0;
   std::array<cpsdp_text, kCpsdpMaxAttributes> a_attr{};  // session attributes, whole lines
   std::uint8_t m_count = 0;                              // media descriptions
+
+  template <typename Visit>
+  void for_each_text(Visit visit) {
+    for (cpsdp_text* text : {&o_username, &o_address, &s_name, &i_info, &u_uri, &c_address, &b_type,
+                             &r_repeat, &z_zone, &k_key, &e_email[0], &e_email[1], &p_phone[0], &p_phone[1]})
+      visit(*text);
+    for (cpsdp_text& text : a_attr)
+      visit(text);
+  }
 };
+
+// The entries that a count says, as far as there are so many.
+template <typename Entry, std::size_t size>
+[[nodiscard]] std::span<Entry> cpsdp_counted(std::array<Entry, size>& entries, std::size_t count) {
+  return std::span(entries).first(count < size ? count : size);
+}
+template <typename Entry, std::size_t size>
+[[nodiscard]] std::span<const Entry> cpsdp_counted(const std::array<Entry, size>& entries,
+                                                   std::size_t count) {
+  return std::span(entries).first(count < size ? count : size);
+}
 
 // A description: the session, and its media.
 struct cpsdp_parms : cpsdp_session {
@@ -175,17 +209,17 @@ enum cpsdp_encode_error : int {
 // The static payload type's text in an rtpmap line, with a blank in front; empty for any other number.
 [[nodiscard]] std::string_view cpsdp_static_payload(std::uint16_t number);
 
-// Makes the answer of the `local` description to the `offer`: `answer` is new, and gets a medium for each
-// offered one with the formats that both have; its texts lie in `answer_pool`, of which `answer_pool_len`
-// bytes are used. A text for which the pool has no room is left out. An offered medium without a direction
-// becomes sendrecv. Returns the number of media that were rejected (port 0) because there is no local one of
-// that type and protocol.
+// Makes the answer of the `local` description to the `offer`: `answer` is new, no part of the offer, and gets
+// a medium for each offered one with the formats that both have; its texts lie in `answer_pool`, of which
+// `answer_pool_len` bytes are used. A text for which the pool has no room is left out. An offered medium
+// without a direction becomes sendrecv. Returns the number of media that were rejected (port 0) because there
+// is no local one of that type and protocol.
 int CPSDP_NegotiateCommonMedia(const cpsdp_parms& local, std::string_view local_pool, cpsdp_parms& offer,
                                std::string_view offer_pool, cpsdp_parms& answer, std::span<char> answer_pool,
                                std::uint32_t& answer_pool_len);
 
 // The values of a list such as "0-11,16", as bits. It ends at what cannot be read, and after 256 items;
 // values above 255 have no bit.
-void cpsdp_map_list_of_telephone_event_values(std::string_view list, std::bitset<256>& bitmap);
+void cpsdp_map_list_of_telephone_event_values(std::string_view list, std::bitset<kEventBits>& bitmap);
 
 }  // namespace hark

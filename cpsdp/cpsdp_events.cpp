@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/text.h"
+
 namespace hark {
 namespace {
 
@@ -13,13 +15,10 @@ constexpr std::size_t kMaxItems = 256;
 // False when there are no digits.
 bool take_number(std::string_view& list, std::size_t& number) {
   list.remove_prefix(std::min(list.find_first_not_of(" \t\r\n\v\f"), list.size()));
-  const std::size_t digits = std::min(list.find_first_not_of("0123456789"), list.size());
-  if (digits == 0) return false;
-  number = 0;
-  for (const char c : list.substr(0, digits))
-    number = std::min(number * 10 + static_cast<std::size_t>(c - '0'), kEventBits);
-  list.remove_prefix(digits);
-  return true;
+  if (list.starts_with('+')) list.remove_prefix(1);
+  const std::size_t before = list.size();
+  number = take_digits(list, kEventBits);
+  return list.size() != before;
 }
 
 // One range as text, with the "," in front that every one but the first has.

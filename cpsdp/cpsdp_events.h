@@ -7,8 +7,6 @@
 
 namespace hark {
 
-inline constexpr std::size_t kEventBits = 256;
-
 // Writes the bits as ranges such as "0-11,16"; those for which there is no room are left out. Returns the
 // length.
 [[nodiscard]] std::size_t cpsdp_write_event_list(const std::bitset<kEventBits>& bitmap, std::span<char> out);

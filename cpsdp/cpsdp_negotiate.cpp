@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "cpsdp/cpsdp_events.h"
+#include "cpsdp/cpsdp_pool.h"
 #include "cpsip/cpapp.h"
 
 namespace hark {
@@ -45,36 +46,6 @@ struct Side {
   }
 };
 
-// The answer's pool, of which the front is filled.
-class AnswerPool {
- public:
-  AnswerPool(std::span<char> room, std::string_view offer_pool) : room_(room) {
-    used_ = offer_pool.copy(room.data(), room.size());
-  }
-
-  // Appends the text; one for which there is no room becomes an absent one.
-  cpsdp_text add(std::string_view text) {
-    if (text.empty() || text.size() > kCpsdpMaxText || text.size() > room_.size() - used_) return {};
-    text.copy(room_.data() + used_, text.size());
-    return take(text.size());
-  }
-  cpsdp_text add_events(const std::bitset<kEventBits>& events) {
-    const std::size_t room = std::min(room_.size() - used_, kCpsdpMaxText);
-    return take(cpsdp_write_event_list(events, room_.subspan(used_, room)));
-  }
-  [[nodiscard]] std::string_view view() const { return {room_.data(), used_}; }
-
- private:
-  cpsdp_text take(std::size_t size) {
-    const cpsdp_text text{static_cast<std::uint8_t>(size), static_cast<std::uint16_t>(used_)};
-    used_ += size;
-    return text;
-  }
-
-  std::span<char> room_;
-  std::size_t used_;
-};
-
 // A pair of media, and what is noted while their formats are matched.
 struct Match {
   const cpsdp_media& local;
@@ -99,13 +70,18 @@ class Negotiation {
         offer_parms_(offer_parms),
         offer_{offer_parms, offer_pool},
         answer_(answer),
-        pool_(room, offer_pool) {}
+        pool_(room) {
+    pool_.add_pool(offer_pool);
+    copied_ = pool_.text().size();
+  }
 
   // The number of rejected media.
   int run();
-  [[nodiscard]] std::uint32_t pool_length() const { return static_cast<std::uint32_t>(pool_.view().size()); }
+  [[nodiscard]] std::uint32_t pool_length() const { return static_cast<std::uint32_t>(pool_.text().size()); }
 
  private:
+  [[nodiscard]] cpsdp_text kept(const cpsdp_text& text) const;
+  void leave_out_what_was_cut();
   void take_local_origin();
   void take_local_media();
   void keep_common_attributes(std::span<cpsdp_text> attributes, std::span<const cpsdp_text> local);
@@ -122,17 +98,17 @@ class Negotiation {
   cpsdp_parms& offer_parms_;
   const Side offer_;
   cpsdp_parms& answer_;
-  AnswerPool pool_;
+  cpsdp_pool pool_;
+  std::size_t copied_;  // of the offer's pool
 };
 
 int Negotiation::run() {
   answer_.copy_from(offer_.parms);
+  leave_out_what_was_cut();
   take_local_origin();
   take_local_media();
-  const std::size_t local_attributes = std::min<std::size_t>(local_.parms.a_count, kCpsdpMaxAttributes);
-  const std::size_t attributes = std::min<std::size_t>(answer_.a_count, kCpsdpMaxAttributes);
-  keep_common_attributes(std::span(answer_.a_attr).first(attributes),
-                         std::span(local_.parms.a_attr).first(local_attributes));
+  keep_common_attributes(cpsdp_counted(answer_.a_attr, answer_.a_count),
+                         cpsdp_counted(local_.parms.a_attr, local_.parms.a_count));
   int rejected = 0;
   std::size_t at = 0;
   for (; at < offer_.media_count() && answer_.media[at] != nullptr; ++at) {
@@ -142,6 +118,20 @@ int Negotiation::run() {
   }
   answer_.m_count = static_cast<std::uint8_t>(at);
   return rejected;
+}
+
+// A text of the offer; one that does not lie in its pool as far as that was copied is absent, and no part of
+// others.
+cpsdp_text Negotiation::kept(const cpsdp_text& text) const {
+  return text.offset + std::size_t{text.length} <= copied_ ? text : cpsdp_text{};
+}
+
+void Negotiation::leave_out_what_was_cut() {
+  const auto keep = [this](cpsdp_text& text) { text = kept(text); };
+  answer_.for_each_text(keep);
+  for (const std::unique_ptr<cpsdp_media>& media : answer_.media) {
+    if (media != nullptr) media->for_each_text(keep);
+  }
 }
 
 void Negotiation::take_local_origin() {
@@ -192,7 +182,7 @@ void Negotiation::keep_common_attributes(std::span<cpsdp_text> attributes,
   for (cpsdp_text& attribute : attributes) {
     const bool too_long = attribute.length > kMaxComparedAttribute;
     if (too_long) (void)cpapp_uxp(cpapp_here(cpapp_module::cpsdp));
-    if (too_long || !has_attribute(attribute.in(pool_.view()), local)) attribute.length = 0;
+    if (too_long || !has_attribute(attribute.in(pool_.text()), local)) attribute.length = 0;
   }
 }
 
@@ -253,10 +243,10 @@ void Negotiation::take_common(Match& match, std::size_t offered, std::size_t loc
   const std::size_t at = match.common++;
   match.answer.fmt[at] = match.offer.fmt[offered];
   match.answer.fmt_local[at] = match.local.fmt[local];
-  match.answer.rtp_name[at] = match.offer.rtp_name[offered];
+  match.answer.rtp_name[at] = kept(match.offer.rtp_name[offered]);
   match.answer.rtp_rate[at] = match.offer.rtp_rate[offered];
-  match.answer.rtp_param[at] = parms_match ? match.offer.rtp_param[offered] : cpsdp_text{};
-  match.answer.fmtp[at] = match.offer.fmtp[offered];
+  match.answer.rtp_param[at] = parms_match ? kept(match.offer.rtp_param[offered]) : cpsdp_text{};
+  match.answer.fmtp[at] = kept(match.offer.fmtp[offered]);
 }
 
 void Negotiation::close(const Match& match) {
@@ -272,10 +262,8 @@ void Negotiation::close(const Match& match) {
     answer.fmtp[static_cast<std::size_t>(match.answer_g729)] =
         pool_.add(match.annexb ? kAnnexbYes : kAnnexbNo);
   if (match.common == 0) return;
-  const std::size_t attributes = std::min<std::size_t>(answer.a_count, kCpsdpMaxAttributes);
-  const std::size_t local_attributes = std::min<std::size_t>(match.local.a_count, kCpsdpMaxAttributes);
-  keep_common_attributes(std::span(answer.a_attr).first(attributes),
-                         std::span(match.local.a_attr).first(local_attributes));
+  keep_common_attributes(cpsdp_counted(answer.a_attr, answer.a_count),
+                         cpsdp_counted(match.local.a_attr, match.local.a_count));
 }
 
 void Negotiation::close_events(const Match& match) {
@@ -285,7 +273,8 @@ void Negotiation::close_events(const Match& match) {
       offer_.events(match.offer.fmtp[static_cast<std::size_t>(match.offered_events)]), offered);
   cpsdp_map_list_of_telephone_event_values(
       local_.events(match.local.fmtp[static_cast<std::size_t>(match.local_events)]), local);
-  match.answer.fmtp[static_cast<std::size_t>(match.answer_events)] = pool_.add_events(offered & local);
+  match.answer.fmtp[static_cast<std::size_t>(match.answer_events)] =
+      pool_.take(cpsdp_write_event_list(offered & local, pool_.rest()));
 }
 
 }  // namespace
@@ -293,9 +282,7 @@ void Negotiation::close_events(const Match& match) {
 int CPSDP_NegotiateCommonMedia(const cpsdp_parms& local, std::string_view local_pool, cpsdp_parms& offer,
                                std::string_view offer_pool, cpsdp_parms& answer, std::span<char> answer_pool,
                                std::uint32_t& answer_pool_len) {
-  // Offsets have 16 bits.
-  const std::span<char> room = answer_pool.first(std::min<std::size_t>(answer_pool.size(), 0xFFFF));
-  Negotiation negotiation({local, local_pool}, offer, offer_pool, answer, room);
+  Negotiation negotiation({local, local_pool}, offer, offer_pool, answer, answer_pool);
   const int rejected = negotiation.run();
   answer_pool_len = negotiation.pool_length();
   return rejected;

@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "base/text.h"
 #include "cpsdp/cpsdp.h"
 #include "cpsip/cpapp.h"
 
@@ -27,28 +28,20 @@ bool ends_word(char c) { return kEndsWord[static_cast<unsigned char>(c)]; }
 constexpr bool is_blank(char c) { return c == ' ' || c == '\t'; }
 constexpr bool is_line_end(char c) { return c == '\r' || c == '\n'; }
 
-// The digits that `text` begins with, held to `most`; none: 0.
-std::uint64_t read_number(std::string_view text, std::uint64_t most) {
-  std::uint64_t number = 0;
-  for (const char c : text) {
-    const unsigned digit = static_cast<unsigned>(c) - '0';
-    if (digit > 9) break;
-    number = number * 10 + digit;
-    if (number > most) number = most;
-  }
-  return number;
-}
-
 template <typename Number>
 Number read_as(std::string_view text) {
-  return static_cast<Number>(read_number(text, std::numeric_limits<Number>::max()));
+  constexpr std::uint64_t kMost = std::numeric_limits<Number>::max();
+  const std::uint64_t number = take_digits(text, kMost);
+  if (number != 0 || !text.starts_with('+')) return static_cast<Number>(number);
+  text.remove_prefix(1);
+  return static_cast<Number>(take_digits(text, kMost));
 }
 
 std::int32_t read_signed(std::string_view text) {
   const bool negative = text.starts_with('-');
   if (negative || text.starts_with('+')) text.remove_prefix(1);
   constexpr std::uint64_t kMost = std::numeric_limits<std::int32_t>::max();
-  const auto number = static_cast<std::int64_t>(read_number(text, kMost + (negative ? 1 : 0)));
+  const auto number = static_cast<std::int64_t>(take_digits(text, kMost + (negative ? 1 : 0)));
   return static_cast<std::int32_t>(negative ? -number : number);
 }
 
@@ -121,30 +114,34 @@ class Parser {
   void cut_behind_third(std::string_view word);
   int read_addr_type(std::string_view word, cpsdp_addr_type& type, int length_reason, int type_reason);
   int read_bandwidth(cpsdp_text& type, std::uint32_t& value, int reason) const;
+  static int set(cpsdp_text& to, cpsdp_text text) {
+    to = text;
+    return 0;
+  }
   template <std::size_t size>
   int add(std::array<cpsdp_text, size>& texts, std::uint8_t& count, cpsdp_text text, int reason);
 
   int read_version();
   int read_origin();
-  int read_name() { return parms_.s_name = whole_line(), 0; }
-  int read_info() { return parms_.i_info = whole_line(), 0; }
-  int read_uri() { return parms_.u_uri = token_text(0), 0; }
+  int read_name() { return set(parms_.s_name, whole_line()); }
+  int read_info() { return set(parms_.i_info, whole_line()); }
+  int read_uri() { return set(parms_.u_uri, token_text(0)); }
   int read_email() { return add(parms_.e_email, parms_.e_count, token_text(0), 17); }
   int read_phone() { return add(parms_.p_phone, parms_.p_count, token_text(0), 20); }
   int read_connection();
   int read_session_bandwidth() { return read_bandwidth(parms_.b_type, parms_.b_value, 26); }
   int read_time();
-  int read_repeat() { return parms_.r_repeat = whole_line(), 0; }
-  int read_zone() { return parms_.z_zone = whole_line(), 0; }
-  int read_key() { return parms_.k_key = token_text(0), 0; }
+  int read_repeat() { return set(parms_.r_repeat, whole_line()); }
+  int read_zone() { return set(parms_.z_zone, whole_line()); }
+  int read_key() { return set(parms_.k_key, token_text(0)); }
   int read_attribute() { return add(parms_.a_attr, parms_.a_count, whole_line(), 37); }
   int read_medium();
   int read_formats(cpsdp_media& media);
 
-  int read_media_info() { return medium().i_info = whole_line(), 0; }
+  int read_media_info() { return set(medium().i_info, whole_line()); }
   int read_media_connection();
   int read_media_bandwidth() { return read_bandwidth(medium().b_type, medium().b_value, 48); }
-  int read_media_key() { return medium().k_key = token_text(0), 0; }
+  int read_media_key() { return set(medium().k_key, token_text(0)); }
   int read_media_attribute();
   int read_rtpmap(std::string_view number);
   int read_fmtp(std::string_view number);
@@ -213,14 +210,15 @@ int Parser::parse() {
 }
 
 int Parser::begin_medium() {
-  if (parms_.m_count == parms_.media.size()) return 1;
+  if (parms_.m_count >= parms_.media.size()) return 1;
   parms_.media[parms_.m_count].reset(new (std::nothrow) cpsdp_media);
   if (parms_.media[parms_.m_count] == nullptr) cpapp_fatal_err(cpapp_here(cpapp_module::cpsdp));
   in_media_ = false;
   return 0;
 }
 
-// The end of the word at `at`. Up to the text's last line end every word is ended by something.
+// The end of the word at `at`. Nearly all of a body is words, so this is where the time goes: up to the
+// text's last line end every word is ended by something, and the end of the text needs no look.
 const char* Parser::word_end(const char* at, const char* end) const {
   if (at < last_line_end_) {
     while (true) {
@@ -257,7 +255,6 @@ int Parser::split() {
   count_ = count;
   words_length_ = length;
   line_end_ = static_cast<std::size_t>(at - begin);
-  if (*at == '\r') ++at;
   while (at != end && is_line_end(*at))
     ++at;
   position_ = static_cast<std::size_t>(at - begin);
@@ -294,7 +291,7 @@ void Parser::cut_behind_third(std::string_view word) {
 
 template <std::size_t size>
 int Parser::add(std::array<cpsdp_text, size>& texts, std::uint8_t& count, cpsdp_text text, int reason) {
-  if (count == size) return reason;
+  if (count >= size) return reason;
   texts[count++] = text;
   return 0;
 }

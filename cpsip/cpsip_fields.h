@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "cpsip/cpsip_msg.h"
 #include "cpsip/cpsip_msg_access.h"
@@ -46,7 +48,12 @@ extern const std::array<cpsip_fld_row, kFields> Cpsip_fields;
 
 // The embedded record, or the instance, counted from 1; null for an instance that is not there. *Requires* a
 // row whose mode is not none, as the next one does.
-[[nodiscard]] cpsip_field* cpsip_find_record(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance);
+[[nodiscard]] const cpsip_field* cpsip_find_record(const cpsip_msg& msg, const cpsip_fld_row& row,
+                                                   unsigned instance);
+[[nodiscard]] inline cpsip_field* cpsip_find_record(cpsip_msg& msg, const cpsip_fld_row& row,
+                                                    unsigned instance) {
+  return const_cast<cpsip_field*>(cpsip_find_record(std::as_const(msg), row, instance));
+}
 // The same; instances that are missing up to this one, which is not 0, are made.
 [[nodiscard]] cpsip_field& cpsip_make_record(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance);
 

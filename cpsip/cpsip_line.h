@@ -75,8 +75,8 @@ struct cpsip_line {
   }
 };
 
-// The end of the logical line at `at`, which is unfolded: behind its CR LF. Null when it does not end before
-// `end`. A line that is not empty ends only where another byte follows.
+// The end of the logical line at `line`, which is unfolded: behind its CR LF. Null when it does not end
+// before `end`. A line that is not empty ends only where another byte follows.
 [[nodiscard]] inline char* cpsip_find_line_end(char* const line, char* const end) {
   char* at = line;
   while (true) {
@@ -103,7 +103,7 @@ struct cpsip_line {
                                    cpsip_token& token);
 
 // An empty part of a list is an error that the answer tells; the rest of the message is read on.
-void cpsip_note_empty_part(cpsip_scan& scan);
+void cpsip_note_empty_part(cpsip_scan& scan, unsigned line = __builtin_LINE());
 
 // The next token. *Requires* flags that are known when it is compiled, or it is no quicker than the walk, and
 // a place that is behind any leading blanks: every token passes those behind it.

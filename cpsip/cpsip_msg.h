@@ -82,7 +82,10 @@ class cpsip_field_pool {
 // owned.
 class cpsip_sdp_text {
  public:
-  void borrow(std::string_view text) { *this = {}, text_ = text; }
+  void borrow(std::string_view text) {
+    owned_.reset();
+    text_ = text;
+  }
   void own(std::unique_ptr<char[]> text, std::uint32_t length) {
     text_ = {text.get(), length};
     owned_ = std::move(text);
@@ -123,7 +126,8 @@ struct cpsip_msg {
   void* related_dialog = nullptr;  // borrowed: the dialog that the application gave with a new request
   std::uint16_t scan_status = 0;   // an error status found while scanning, for the answer; 0: none
 
-  // Instances of each repeating header. They wrap after 255; the chains do not.
+  // Instances of each repeating header. They wrap after 255; the chains do not. Those of Replaces and
+  // Refer-To, of which there is one, stay 0.
   std::uint8_t via_count = 0;
   std::uint8_t allow_count = 0;
   std::uint8_t contact_count = 0;

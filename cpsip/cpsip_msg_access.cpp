@@ -13,6 +13,7 @@ namespace {
 using M = cpsip_msg;
 constexpr std::uint32_t kMaxValue = 0xFFFF;  // what the length of a record can say
 constexpr unsigned kMaxInstance = 0xFF;      // what a count can say
+constexpr unsigned kMaxParm = cpsip_field_pool::kMaxFields;
 
 constexpr cpsip_fld_row direct(cpsip_field M::*record) {
   return {.mode = cpsip_fld_mode::direct, .record = record};
@@ -94,31 +95,34 @@ bool is_reachable(const cpsip_fld_row& row, unsigned parm) {
   return row.mode != cpsip_fld_mode::none && (!cpsip_has_parms(row) || parm != 0);
 }
 
-int refuse(const cpsip_fld_row& row, std::uint32_t field_id) {
-  (void)cpapp_uxp1(cpapp_here(cpapp_module::cpsip_msg), field_id);
+int refuse(const cpsip_fld_row& row, std::uint32_t field_id, unsigned line = __builtin_LINE()) {
+  (void)cpapp_uxp1(cpapp_here(cpapp_module::cpsip_msg, line), field_id);
   return row.mode == cpsip_fld_mode::none ? kAccessOk : kAccessNoParameter;
 }
 
 // ---- Read ----
 
 // The parameter, counted from 1; null behind the last.
-cpsip_field* find_parm(cpsip_msg& msg, const cpsip_field& record, unsigned parm) {
+const cpsip_field* find_parm(const cpsip_msg& msg, const cpsip_field& record, unsigned parm) {
   std::uint16_t index = record.next_parm;
   for (; index != 0 && parm > 1; --parm)
     index = msg.fields[index].next_parm;
   return index != 0 ? &msg.fields[index] : nullptr;
 }
 
-int read_field(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance, unsigned parm,
-               std::uint32_t offset, std::uint32_t max, char* out, std::uint32_t& length,
-               std::uint32_t& remaining) {
+int read(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance, unsigned parm, std::uint32_t offset,
+         std::span<char> out, std::uint32_t& length, std::uint32_t& remaining) {
+  length = 0;
+  remaining = 0;
+  const cpsip_fld_row& row = cpsip_find_fld(field_id);
+  if (!is_reachable(row, parm)) return refuse(row, field_id);
   const cpsip_field* field = cpsip_find_record(msg, row, instance);
   if (cpsip_has_parms(row)) {
     field = field != nullptr ? find_parm(msg, *field, parm) : nullptr;
     if (field == nullptr) return kAccessNoParameter;
   }
   if (field == nullptr || field->length == 0) return kAccessOk;
-  length = static_cast<std::uint32_t>(cpsip_read_text(*field, offset, {out, max}).size());
+  length = static_cast<std::uint32_t>(cpsip_read_text(*field, offset, out).size());
   remaining = field->length - std::min<std::uint32_t>(field->length, offset + length);
   return kAccessOk;
 }
@@ -158,6 +162,10 @@ std::uint16_t append(cpsip_osa_buf& block, std::string_view text) {
   return offset;
 }
 
+unsigned free_records(const cpsip_msg& msg) {
+  return unsigned{cpsip_field_pool::kMaxFields} - msg.fields.count();
+}
+
 int write_parm(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance, unsigned parm,
                std::string_view text) {
   if (text.empty()) {
@@ -165,9 +173,9 @@ int write_parm(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance, unsi
       unlink_parm(msg, *record, parm);
     return kAccessOk;
   }
+  // So many records may not be left in the pool.
+  if (parm > kMaxParm || kMaxInstance + parm > free_records(msg)) return kAccessNoParameter;
   cpsip_field& record = cpsip_make_record(msg, row, instance);
-  // So many records are not left in the pool.
-  if (parm > unsigned{cpsip_field_pool::kMaxFields} - msg.fields.count()) return kAccessNoParameter;
   cpsip_write_text(msg, make_parm(msg, record, parm), text);
   return kAccessOk;
 }
@@ -177,6 +185,7 @@ int write_field(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance, uns
   if (text.size() > kMaxValue) return kAccessTooLong;
   if (cpsip_has_instances(row) && (instance == 0 || instance > kMaxInstance)) return kAccessNoInstance;
   if (cpsip_has_parms(row)) return write_parm(msg, row, instance, parm, text);
+  if (cpsip_has_instances(row) && instance > free_records(msg)) return kAccessNoInstance;
   cpsip_field& record = cpsip_make_record(msg, row, instance);
   if (text.empty()) {
     record.length = 0;
@@ -190,7 +199,7 @@ int write_field(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance, uns
 
 constexpr std::array<cpsip_fld_row, kFields> Cpsip_fields = make_fields();
 
-cpsip_field* cpsip_find_record(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance) {
+const cpsip_field* cpsip_find_record(const cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance) {
   if (!cpsip_has_instances(row)) return &(msg.*row.record);
   std::uint16_t index = instance != 0 ? msg.*row.head : 0;
   for (; index != 0 && instance > 1; --instance)
@@ -252,11 +261,7 @@ int CPSIP_MsgAccess(bool is_read, cpsip_msg& msg, std::uint32_t field_id, unsign
                     std::uint32_t offset, std::uint32_t max, char* buffer, std::uint32_t& length,
                     std::uint32_t& remaining) {
   if (!is_read) return cpsip_msg_write(msg, field_id, instance, parm, {buffer, length});
-  length = 0;
-  remaining = 0;
-  const cpsip_fld_row& row = cpsip_find_fld(field_id);
-  if (!is_reachable(row, parm)) return refuse(row, field_id);
-  return read_field(msg, row, instance, parm, offset, max, buffer, length, remaining);
+  return read(msg, field_id, instance, parm, offset, {buffer, max}, length, remaining);
 }
 
 int cpsip_msg_write(cpsip_msg& msg, std::uint32_t field_id, unsigned instance, unsigned parm,
@@ -266,12 +271,11 @@ int cpsip_msg_write(cpsip_msg& msg, std::uint32_t field_id, unsigned instance, u
   return write_field(msg, row, instance, parm, text);
 }
 
-std::string_view cpsip_msg_read(cpsip_msg& msg, std::uint32_t field_id, unsigned instance, unsigned parm,
-                                std::span<char> out, int* result) {
+std::string_view cpsip_msg_read(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
+                                unsigned parm, std::span<char> out, int* result) {
   std::uint32_t length = 0;
   std::uint32_t remaining = 0;
-  const int answer = CPSIP_MsgAccess(true, msg, field_id, instance, parm, 0,
-                                     static_cast<std::uint32_t>(out.size()), out.data(), length, remaining);
+  const int answer = read(msg, field_id, instance, parm, 0, out, length, remaining);
   if (result != nullptr) *result = answer;
   return {out.data(), length};
 }

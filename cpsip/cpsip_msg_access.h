@@ -99,7 +99,7 @@ using cpsip_field_text = std::array<char, kMaxFieldText>;
 // parameters that are missing before this one are made, blank. `length` 0 empties a direct field or an
 // instance, and takes a parameter out of its header, so that those behind it move up.
 //
-// A field id that is none is reported, and does nothing: `length` 0, kAccessOk.
+// A field id that is none is reported, and does nothing: kAccessOk, and `length` 0 of a read.
 [[nodiscard]] int CPSIP_MsgAccess(bool is_read, cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
                                   unsigned parm, std::uint32_t offset, std::uint32_t max, char* buffer,
                                   std::uint32_t& length, std::uint32_t& remaining);
@@ -108,7 +108,7 @@ using cpsip_field_text = std::array<char, kMaxFieldText>;
 // `result` may be null.
 [[nodiscard]] int cpsip_msg_write(cpsip_msg& msg, std::uint32_t field_id, unsigned instance, unsigned parm,
                                   std::string_view text);
-[[nodiscard]] std::string_view cpsip_msg_read(cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
+[[nodiscard]] std::string_view cpsip_msg_read(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
                                               unsigned parm, std::span<char> out, int* result = nullptr);
 
 // The number of instances of the header that the field belongs to; 0, with a report, for a field that cannot
@@ -116,14 +116,15 @@ using cpsip_field_text = std::array<char, kMaxFieldText>;
 [[nodiscard]] unsigned CPSIP_MsgGetHdrCnt(const cpsip_msg& msg, std::uint32_t field_id);
 
 // The number of parameters of the instance; 0 for an instance above the count.
-[[nodiscard]] unsigned CPSIP_MsgGetParmCnt(cpsip_msg& msg, std::uint32_t field_id, unsigned instance);
+[[nodiscard]] unsigned CPSIP_MsgGetParmCnt(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance);
 
 // Looks through the parameters of an instance for `name`: "tag=", "branch=", or without "=" for a flag such
-// as "rport". Blanks around the "=" do not count, nor does case, and `name` may be the beginning of the
-// parameter's. Found: `index` is the number of the parameter, and the value is in `value` with its length in
-// `length`; a parameter without "=" gives `length` 1 and leaves `value` alone. Not found: `index` and
-// `length` 0. kAccessOk; kAccessNoInstance; kAccessTooLong for a parameter above kMaxFieldText on the way.
-[[nodiscard]] int CPSIP_MsgGetParmValue(cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
+// as "rport"; *requires* no other "=" in it. Blanks around the "=" do not count, nor does case, and `name`
+// may be the beginning of the parameter's. Found: `index` is the number of the parameter, and the value is in
+// `value` with its length in `length`; a parameter without "=" gives `length` 1 and leaves `value` alone. Not
+// found: `index` and `length` 0. kAccessOk; kAccessNoInstance; kAccessTooLong for a parameter above
+// kMaxFieldText on the way.
+[[nodiscard]] int CPSIP_MsgGetParmValue(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
                                         std::string_view name, unsigned& index, cpsip_field_text& value,
                                         std::uint32_t& length);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <initializer_list>
 #include <new>
 
 #include "cpsip/cpapp.h"
@@ -57,18 +58,35 @@ void copy_members(const cpsip_msg& src, cpsip_msg& dst) {
   dst.include_allow = src.include_allow;
 }
 
-void copy_fields(cpsip_msg& src, cpsip_msg& dst, std::initializer_list<std::uint32_t> fields) {
+void copy_fields(const cpsip_msg& src, cpsip_msg& dst, std::initializer_list<std::uint32_t> fields) {
   for (const std::uint32_t field : fields)
     (void)cpsip_msg_copy_field(src, dst, 1, field);
 }
 
-void copy_instances(cpsip_msg& src, cpsip_msg& dst, std::uint32_t field_id) {
+void copy_instances(const cpsip_msg& src, cpsip_msg& dst, std::uint32_t field_id) {
   const unsigned count = CPSIP_MsgGetHdrCnt(src, field_id);
   for (unsigned instance = 1; instance <= count; ++instance)
     (void)cpsip_msg_copy_field(src, dst, instance, field_id);
 }
 
-void copy_lists(cpsip_msg& src, cpsip_msg& dst, std::initializer_list<std::uint32_t> items) {
+// A received line that is cut keeps its line end, by which it is known for one.
+void copy_unknown_headers(const cpsip_msg& src, cpsip_msg& dst) {
+  constexpr std::string_view kLineEnd = "\r\n";
+  std::uint16_t index = src.unknown_head;
+  for (unsigned instance = 1; instance <= src.unknown_count; ++instance) {
+    const cpsip_field& header = src.fields[index];
+    cpsip_field_text room;
+    std::string_view text = cpsip_read_text(header, 0, room);
+    std::array<char, kLineEnd.size()> end;
+    if (header.length > text.size() &&
+        cpsip_read_text(header, header.length - std::uint32_t{end.size()}, end) == kLineEnd)
+      kLineEnd.copy(room.data() + text.size() - kLineEnd.size(), kLineEnd.size());
+    if (!text.empty()) (void)cpsip_msg_write(dst, CPSIP_FLD_UNKNOWN, instance, 0, text);
+    index = header.next_hdr;
+  }
+}
+
+void copy_lists(const cpsip_msg& src, cpsip_msg& dst, std::initializer_list<std::uint32_t> items) {
   for (const std::uint32_t item : items)
     (void)cpsip_msg_copy_header_parms(src, dst, CPSIP_MsgGetHdrCnt(src, item), item);
 }
@@ -85,7 +103,7 @@ void copy_body(const cpsip_msg& src, cpsip_msg& dst) {
 
 }  // namespace
 
-int cpsip_msg_copy_field(cpsip_msg& src, cpsip_msg& dst, unsigned instance, std::uint32_t field_id) {
+int cpsip_msg_copy_field(const cpsip_msg& src, cpsip_msg& dst, unsigned instance, std::uint32_t field_id) {
   cpsip_field_text room;
   int result = kAccessOk;
   const std::string_view text = cpsip_msg_read(src, field_id, instance, 0, room, &result);
@@ -93,7 +111,8 @@ int cpsip_msg_copy_field(cpsip_msg& src, cpsip_msg& dst, unsigned instance, std:
   return cpsip_msg_write(dst, field_id, instance, 0, text);
 }
 
-int cpsip_msg_copy_header_parms(cpsip_msg& src, cpsip_msg& dst, unsigned instances, std::uint32_t field_id) {
+int cpsip_msg_copy_header_parms(const cpsip_msg& src, cpsip_msg& dst, unsigned instances,
+                                std::uint32_t field_id) {
   const cpsip_fld_row& row = cpsip_find_fld(field_id);
   if (!cpsip_has_parms(row)) return kAccessNoParameter;
   for (unsigned instance = 1; instance <= instances; ++instance) {
@@ -105,7 +124,7 @@ int cpsip_msg_copy_header_parms(cpsip_msg& src, cpsip_msg& dst, unsigned instanc
   return kAccessOk;
 }
 
-int cpsip_msg_copy_contact(cpsip_msg& src, cpsip_msg& dst) {
+int cpsip_msg_copy_contact(const cpsip_msg& src, cpsip_msg& dst) {
   for (unsigned instance = 1; instance <= src.contact_count; ++instance) {
     for (const std::uint32_t field : {CPSIP_FLD_CONTACT_DISPLAY, CPSIP_FLD_CONTACT_URI}) {
       if (const int result = cpsip_msg_copy_field(src, dst, instance, field); result != kAccessOk)
@@ -115,7 +134,7 @@ int cpsip_msg_copy_contact(cpsip_msg& src, cpsip_msg& dst) {
   return cpsip_msg_copy_header_parms(src, dst, src.contact_count, CPSIP_FLD_CONTACT_PARM);
 }
 
-int cpsip_msg_copy_via(cpsip_msg& src, cpsip_msg& dst) {
+int cpsip_msg_copy_via(const cpsip_msg& src, cpsip_msg& dst) {
   int result = kAccessOk;
   for (unsigned instance = 1; instance <= src.via_count && result == kAccessOk; ++instance) {
     for (const std::uint32_t field : {CPSIP_FLD_VIA_TRANSPORT, CPSIP_FLD_VIA_HOST, CPSIP_FLD_VIA_PORT}) {
@@ -134,7 +153,7 @@ int cpsip_msg_copy_sdp(const cpsip_msg& src, cpsip_msg& dst) {
   return kAccessOk;
 }
 
-int cpsip_msg_copy_sip_msg(cpsip_msg& src, cpsip_msg& dst) {
+int cpsip_msg_copy_sip_msg(const cpsip_msg& src, cpsip_msg& dst) {
   copy_members(src, dst);
   if (const int result = cpsip_msg_copy_sdp(src, dst); result != kAccessOk) return result;
   dst.related_dialog = src.related_dialog;
@@ -164,7 +183,7 @@ int cpsip_msg_copy_sip_msg(cpsip_msg& src, cpsip_msg& dst) {
   dst.event_id_parm = src.event_id_parm;
   copy_fields(src, dst, {CPSIP_FLD_CONTENT_TYPE});
   (void)cpsip_msg_copy_header_parms(src, dst, 1, CPSIP_FLD_CONTENT_TYPE_PARM);
-  copy_instances(src, dst, CPSIP_FLD_UNKNOWN);
+  copy_unknown_headers(src, dst);
   copy_body(src, dst);
   return kAccessOk;
 }

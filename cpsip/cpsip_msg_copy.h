@@ -1,5 +1,6 @@
 // Deep copies: what a dialog or a retransmission keeps of a message, as one of its own. They go through the
-// access by field, 300 bytes at most; a longer value is cut. Called by the transactions and the dialogs.
+// access by field, 300 bytes at most; a longer value is cut. All *require* two different messages. Called by
+// the transactions and the dialogs.
 #pragma once
 
 #include <cstdint>
@@ -9,23 +10,24 @@
 namespace hark {
 
 // Copies the field of this instance if it is not empty: at most 300 bytes of it. A cpsip_access_result.
-int cpsip_msg_copy_field(cpsip_msg& src, cpsip_msg& dst, unsigned instance, std::uint32_t field_id);
+int cpsip_msg_copy_field(const cpsip_msg& src, cpsip_msg& dst, unsigned instance, std::uint32_t field_id);
 
 // For each instance from 1 to `instances`: the parameters of `dst` go, those of `src` take their numbers. The
 // first failure.
-int cpsip_msg_copy_header_parms(cpsip_msg& src, cpsip_msg& dst, unsigned instances, std::uint32_t field_id);
+int cpsip_msg_copy_header_parms(const cpsip_msg& src, cpsip_msg& dst, unsigned instances,
+                                std::uint32_t field_id);
 
 // Display name, URI and parameters of each Contact. The first failure.
-int cpsip_msg_copy_contact(cpsip_msg& src, cpsip_msg& dst);
+int cpsip_msg_copy_contact(const cpsip_msg& src, cpsip_msg& dst);
 
 // Transport, host, port and parameters of each Via. The first failure, which is reported.
-int cpsip_msg_copy_via(cpsip_msg& src, cpsip_msg& dst);
+int cpsip_msg_copy_via(const cpsip_msg& src, cpsip_msg& dst);
 
 // Each session that `src` has, with its text, in place of that of `dst`. 0.
 int cpsip_msg_copy_sdp(const cpsip_msg& src, cpsip_msg& dst);
 
 // All that a dialog or a retransmission needs. `dst` is a new message with a block. 0, or the error of the
 // session. Not copied: the display names of Route and Record-Route, and Replaces.
-[[nodiscard]] int cpsip_msg_copy_sip_msg(cpsip_msg& src, cpsip_msg& dst);
+[[nodiscard]] int cpsip_msg_copy_sip_msg(const cpsip_msg& src, cpsip_msg& dst);
 
 }  // namespace hark

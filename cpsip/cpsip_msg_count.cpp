@@ -1,19 +1,21 @@
 // How many instances and parameters a message has, and the search for a parameter by its name.
 #include <cstring>
+#include <optional>
 
 #include "base/text.h"
 #include "cpsip/cpapp.h"
 #include "cpsip/cpsip_fields.h"
+#include "cpsip/cpsip_line.h"
 #include "cpsip/cpsip_msg_access.h"
 
 namespace hark {
 namespace {
 
-int is_there(const cpsip_field& line) { return line.length != 0 ? 1 : 0; }
+unsigned is_there(const cpsip_field& line) { return line.length != 0 ? 1 : 0; }
 
 // The headers that are no chain, by their field ids. Kept: Server, Subject and User-Agent are counted by
 // their line records, which nothing fills, so that they count as absent.
-int count_of_embedded(const cpsip_msg& msg, std::uint32_t field_id) {
+std::optional<unsigned> count_of_embedded(const cpsip_msg& msg, std::uint32_t field_id) {
   switch (field_id) {
     case CPSIP_FLD_FROM_DISPLAY:
     case CPSIP_FLD_FROM:
@@ -60,33 +62,28 @@ int count_of_embedded(const cpsip_msg& msg, std::uint32_t field_id) {
     case CPSIP_FLD_SERVER:
       return is_there(msg.server_line);
     default:
-      return -1;
+      return std::nullopt;
   }
 }
 
 // The record on which the parameters of a field hang; null for an instance that is not there, and for a field
 // that has none.
-const cpsip_field* record_of(cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance) {
+const cpsip_field* record_of(const cpsip_msg& msg, const cpsip_fld_row& row, unsigned instance) {
   return cpsip_has_parms(row) ? cpsip_find_record(msg, row, instance) : nullptr;
 }
 
 unsigned count_instances(const cpsip_msg& msg, const cpsip_fld_row& row, std::uint32_t field_id) {
   if (row.count != nullptr) return msg.*row.count;
-  const int count = count_of_embedded(msg, field_id);
-  if (count >= 0) return static_cast<unsigned>(count);
+  if (const std::optional<unsigned> count = count_of_embedded(msg, field_id)) return *count;
   (void)cpapp_uxp1(cpapp_here(cpapp_module::cpsip_msg), field_id);
   return 0;
 }
 
 // A parameter's text in one piece: where it lies, or in `room` when it runs over blocks.
-std::string_view flat_text(cpsip_msg& msg, const cpsip_field& parm, std::uint32_t field_id, unsigned instance,
-                           unsigned number, cpsip_field_text& room) {
+std::string_view flat_text(const cpsip_field& parm, cpsip_field_text& room) {
   const std::string_view view = cpsip_field_view(parm);
-  if (view.size() == parm.length) return view;
-  return cpsip_msg_read(msg, field_id, instance, number, room);
+  return view.size() == parm.length ? view : cpsip_read_text(parm, 0, room);
 }
-
-bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
 // As match_key, where the two are not the same to the byte.
 std::size_t match_folded_key(std::string_view parm, std::string_view name) {
@@ -95,7 +92,7 @@ std::size_t match_folded_key(std::string_view parm, std::string_view name) {
   for (; matched != name.size(); ++at) {
     if (at == parm.size()) return 0;
     const char c = parm[at];
-    if (is_blank(c)) continue;
+    if (cpsip_is_blank(c)) continue;
     if (ascii_lower(c) != ascii_lower(name[matched])) return 0;
     ++matched;
     if (c == '=' && matched != name.size()) return 0;
@@ -120,7 +117,7 @@ void take_value(std::string_view parm, std::size_t matched, cpsip_field_text& va
     length = 1;
     return;
   }
-  while (at != parm.size() && is_blank(parm[at]))
+  while (at != parm.size() && cpsip_is_blank(parm[at]))
     ++at;
   length = static_cast<std::uint32_t>(parm.copy(value.data(), value.size(), at));
 }
@@ -131,7 +128,7 @@ unsigned CPSIP_MsgGetHdrCnt(const cpsip_msg& msg, std::uint32_t field_id) {
   return count_instances(msg, cpsip_find_fld(field_id), field_id);
 }
 
-unsigned CPSIP_MsgGetParmCnt(cpsip_msg& msg, std::uint32_t field_id, unsigned instance) {
+unsigned CPSIP_MsgGetParmCnt(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance) {
   const cpsip_fld_row& row = cpsip_find_fld(field_id);
   if (instance > count_instances(msg, row, field_id)) return 0;
   const cpsip_field* record = record_of(msg, row, instance);
@@ -142,8 +139,9 @@ unsigned CPSIP_MsgGetParmCnt(cpsip_msg& msg, std::uint32_t field_id, unsigned in
   return count;
 }
 
-int CPSIP_MsgGetParmValue(cpsip_msg& msg, std::uint32_t field_id, unsigned instance, std::string_view name,
-                          unsigned& index, cpsip_field_text& value, std::uint32_t& length) {
+int CPSIP_MsgGetParmValue(const cpsip_msg& msg, std::uint32_t field_id, unsigned instance,
+                          std::string_view name, unsigned& index, cpsip_field_text& value,
+                          std::uint32_t& length) {
   index = 0;
   length = 0;
   const cpsip_fld_row& row = cpsip_find_fld(field_id);
@@ -154,7 +152,7 @@ int CPSIP_MsgGetParmValue(cpsip_msg& msg, std::uint32_t field_id, unsigned insta
     const cpsip_field& parm = msg.fields[at];
     if (parm.length > kMaxFieldText) return kAccessTooLong;
     cpsip_field_text room;
-    const std::string_view text = flat_text(msg, parm, field_id, instance, number, room);
+    const std::string_view text = flat_text(parm, room);
     const std::size_t matched = match_key(text, name);
     if (matched != 0 || name.empty()) {
       index = number;

@@ -1,7 +1,9 @@
 #include "cpsip/cpsip_msg_format.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <span>
 #include <string>
 
 #include "base/text.h"
@@ -22,13 +24,11 @@ std::string_view text_of(std::span<const cpsip_row> table, std::uint32_t id) {
   return {};
 }
 
-// Whether a record is a whole line of a received message, with its own line end; of a copy only the CR may be
-// left.
+// Whether a record is a whole line of a received message, with its own line end.
 bool is_received_line(const cpsip_field& field) {
   std::array<char, kLineEnd.size()> end;
-  if (field.length < end.size()) return false;
-  const std::string_view last = cpsip_read_text(field, field.length - std::uint32_t{end.size()}, end);
-  return last == kLineEnd || last.back() == '\r';
+  return field.length >= end.size() &&
+         cpsip_read_text(field, field.length - std::uint32_t{end.size()}, end) == kLineEnd;
 }
 
 // What is written of a message, header by header in the order of the wire.

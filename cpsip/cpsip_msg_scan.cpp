@@ -5,7 +5,7 @@
 
 #include "cpsip/cpapp.h"
 #include "cpsip/cpsip_line.h"
-#include "cpsip/cpsip_scan_private.h"
+#include "cpsip/cpsip_number.h"
 
 namespace hark {
 namespace {
@@ -19,10 +19,10 @@ struct Value {
   cpsip_line& line;
   cpsip_msg& msg;
   const cpsip_row* row;
-  std::uint16_t first = 0;  // the instance's record in the pool; its siblings follow. 0: none
-  cpsip_field* record;      // that was placed, on which parameters hang
-  cpsip_field* display;     // of a name-addr
-  cpsip_field* uri;         // of a name-addr
+  std::uint16_t first = 0;         // the instance's record in the pool; its siblings follow. 0: none
+  cpsip_field* record = nullptr;   // that was placed, on which parameters hang
+  cpsip_field* display = nullptr;  // of a name-addr
+  cpsip_field* uri = nullptr;      // of a name-addr
 };
 
 using Reader = int (*)(Value&);
@@ -48,12 +48,15 @@ template <std::uint16_t flags>
   return cpsip_next_token(value.scan, value.line, flags, token);
 }
 
-void report(Value& value, std::uint16_t status) {
+// Sets the status that the answer will have, and reports the place of its call.
+void report(Value& value, std::uint16_t status, unsigned line = __builtin_LINE()) {
   value.msg.scan_status = status;
-  (void)cpapp_uxp2(cpapp_here(cpapp_module::cpsip_msg), status, value.row->id);
+  (void)cpapp_uxp2(cpapp_here(cpapp_module::cpsip_msg, line), status, value.row->id);
 }
 
-// The record that stands `place` behind the instance's own.
+// The places of an instance's further records, behind its own.
+enum : unsigned { kViaTransport = 1, kViaHost = 2, kViaPort = 3, kDisplay = 1, kUri = 2 };
+
 cpsip_field& sibling(Value& value, unsigned place) {
   return value.msg.fields[static_cast<std::uint16_t>(value.first + place)];
 }
@@ -70,31 +73,45 @@ int read_via_host(Value& value) {
   if (token.text.empty() || token.stop == 0) return kScanBadHeader;
   go_on_after_comma(value, token.stop);
   if (token.stop == ',') return kScanOk;
-  sibling(value, 2) = cpsip_field_of(value.scan, token.text);
+  sibling(value, kViaHost) = cpsip_field_of(value.scan, token.text);
   if (token.stop != ':') return kScanOk;
   if (next_token<kStopSemicolon | kStopComma>(value, token) != kScanOk) return kScanTokenTooLong;
   if (token.text.empty()) return kScanBadHeader;
-  sibling(value, 3) = cpsip_field_of(value.scan, token.text);
+  sibling(value, kViaPort) = cpsip_field_of(value.scan, token.text);
   go_on_after_comma(value, token.stop);
   return kScanOk;
 }
 
-int read_via(Value& value) {
+// The protocol's name and version, neither of which is looked at.
+int skip_protocol(Value& value) {
+  constexpr std::string_view kUsual = "SIP/2.0/";
+  cpsip_line& line = value.line;
+  if (std::string_view(line.at, static_cast<std::size_t>(line.end - line.at)).starts_with(kUsual)) {
+    line.at += kUsual.size();
+    line.skip_blanks();
+    return kScanOk;
+  }
   cpsip_token token;
-  for (int part = 0; part < 2; ++part) {  // the protocol's name and version
+  for (int part = 0; part < 2; ++part) {
     if (next_token<kStopSlash>(value, token) != kScanOk) return kScanTokenTooLong;
   }
+  return kScanOk;
+}
+
+int read_via(Value& value) {
+  if (skip_protocol(value) != kScanOk) return kScanTokenTooLong;
+  cpsip_token token;
   if (next_token<kStopSpace>(value, token) != kScanOk) return kScanTokenTooLong;
   if (token.text.empty() || token.stop != ' ') return kScanBadHeader;
-  sibling(value, 1) = cpsip_field_of(value.scan, token.text);
+  sibling(value, kViaTransport) = cpsip_field_of(value.scan, token.text);
   return read_via_host(value);
 }
 
 // Kept: quotes do not count, so a "<" in a quoted display name ends it.
 int read_name_addr(Value& value) {
   if (value.first != 0) {
-    value.display = &sibling(value, 1);
-    value.uri = &sibling(value, 2);
+    value.display = &sibling(value, kDisplay);
+    value.uri = &sibling(value, kUri);
   }
   cpsip_token token;
   if (next_token<kStopSemicolon | kStopLess>(value, token) != kScanOk) return kScanTokenTooLong;

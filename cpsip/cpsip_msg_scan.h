@@ -12,8 +12,7 @@
 
 namespace hark {
 
-// Results. The first five of them but 0 drop the datagram without a word; the last two leave a message that
-// is to be answered.
+// Results. 1, 2, 5 and 6 drop the datagram without a word; 34 and 37 leave a message that is to be answered.
 enum cpsip_scan_result : int {
   kScanOk = 0,
   kScanBadHeader = 1,
@@ -24,6 +23,9 @@ enum cpsip_scan_result : int {
   kScanBadSdp = 37,
 };
 
+// Bytes of a datagram: two bytes want three records at most, so that the pool has room for all. A socket
+// reads far less.
+inline constexpr std::uint16_t kMaxScanned = cpsip_field_pool::kMaxFields / 2;
 inline constexpr std::uint16_t kMaxToken = 300;     // bytes of a token
 inline constexpr std::uint32_t kMaxSdpBody = 1024;  // bytes of a session description
 
@@ -68,9 +70,9 @@ struct cpsip_token {
 };
 
 // Scans a datagram: *takes* its block. kScanOk with `complete` set: a whole message stands in
-// `scan.scan_msg`, and `left_over` bytes lie behind it. kScanOk without: the headers do not end, or the body
-// of a response is too short; the message is gone. kScanBodyTooShort and kScanBadSdp leave the message in
-// `scan.scan_msg`; any other result has deleted it.
+// `scan.scan_msg`, and `left_over` bytes lie behind it. kScanOk without: the headers do not end, the body of
+// a response is too short, or the datagram is above kMaxScanned; the message is gone. kScanBodyTooShort and
+// kScanBadSdp leave the message in `scan.scan_msg`; any other result has deleted it.
 [[nodiscard]] int cpsip_msg_scan(cpsip_scan& scan, cpsip_osa_chain block, bool& complete,
                                  std::uint32_t& left_over);
 

@@ -4,7 +4,6 @@
 
 #include "cpsip/cpapp.h"
 #include "cpsip/cpsip_line.h"
-#include "cpsip/cpsip_scan_private.h"
 
 namespace hark {
 namespace {
@@ -70,9 +69,8 @@ int scan_headers(cpsip_scan& scan, char*& at, char* end) {
   }
 }
 
-}  // namespace
-
-int cpsip_scan_body(cpsip_scan& scan, bool& complete, std::uint32_t& left_over) {
+// The body, from the read position on.
+int scan_body(cpsip_scan& scan, bool& complete, std::uint32_t& left_over) {
   cpsip_msg& msg = *scan.scan_msg;
   const auto rest = static_cast<std::uint32_t>(scan.cur_buf->used - (scan.cur_off - kOsaHeaderSize));
   if (!msg.content_length_seen) msg.content_length = rest;
@@ -89,6 +87,8 @@ int cpsip_scan_body(cpsip_scan& scan, bool& complete, std::uint32_t& left_over) 
   return kScanOk;
 }
 
+}  // namespace
+
 int cpsip_msg_scan(cpsip_scan& scan, cpsip_osa_chain block, bool& complete, std::uint32_t& left_over) {
   complete = false;
   left_over = 0;
@@ -97,14 +97,14 @@ int cpsip_msg_scan(cpsip_scan& scan, cpsip_osa_chain block, bool& complete, std:
   scan.last_instance.fill(0);
   scan.cur_buf = block.get();
   scan.scan_msg->chain = std::move(block);
-  if (scan.cur_buf == nullptr) return drop(scan, kScanOk);
+  if (scan.cur_buf == nullptr || scan.cur_buf->used > kMaxScanned) return drop(scan, kScanOk);
   char* at = scan.cur_buf->data();
   char* const end = at + scan.cur_buf->used;
   int result = scan_first_line(scan, at, end);
   if (result == kScanOk && at != nullptr) result = scan_headers(scan, at, end);
   if (result != kScanOk || at == nullptr) return drop(scan, result);
   cpsip_line(at, at).store(scan);
-  return cpsip_scan_body(scan, complete, left_over);
+  return scan_body(scan, complete, left_over);
 }
 
 }  // namespace hark

@@ -20,7 +20,7 @@ constexpr std::array<cpsip_row, 9> Cpsip_method_table{{
 }};
 
 // Name, header id, length. A compact form is a row of its own, and there are none but these.
-constexpr std::array<cpsip_row, 40> Cpsip_hdr_table{{
+constexpr std::array<cpsip_row, kHdrRows> Cpsip_hdr_table{{
     {"To", kHdrTo, 2},
     {"t", kHdrTo, 1},
     {"From", kHdrFrom, 4},

@@ -6,6 +6,7 @@
 #include <strings.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -83,9 +84,11 @@ inline constexpr std::uint8_t kMethodEndId = 99;  // of the last row of the meth
 inline constexpr std::uint8_t kEventEndId = 3;    // of the last rows of the two tables below
 inline constexpr std::uint8_t kSubscriptionEndId = 3;
 
+inline constexpr std::size_t kHdrRows = 40;
+
 // Each is scanned front to back and ends with the row that stands for any other text.
 extern const std::array<cpsip_row, 9> Cpsip_method_table;
-extern const std::array<cpsip_row, 40> Cpsip_hdr_table;
+extern const std::array<cpsip_row, kHdrRows> Cpsip_hdr_table;
 extern const std::array<cpsip_row, 4> Cpsip_event_hdr_table;
 extern const std::array<cpsip_row, 4> Cpsip_subscr_state_hdr_table;
 
@@ -109,8 +112,8 @@ extern const std::array<std::uint8_t, 256> Cpsip_char_table;
 // have two rows and none has more, so that a name is compared with one row as a rule.
 struct cpsip_hdr_index {
   static constexpr std::size_t kSlots = 64;
-  std::array<std::uint8_t, kSlots> first{};  // row + 1; 0: none
-  std::array<std::uint8_t, 40> next{};       // the same, of each row
+  std::array<std::uint8_t, kSlots> first{};   // row + 1; 0: none
+  std::array<std::uint8_t, kHdrRows> next{};  // the same, of each row
 
   // The slot of a name that is not empty, in either case of its letters.
   [[nodiscard]] static constexpr std::size_t slot_of(std::string_view name) {
@@ -137,7 +140,8 @@ extern const cpsip_hdr_index Cpsip_hdr_index;
 // The row whose text, as far as its length goes, `token` begins with, in any case; else the last row.
 [[nodiscard]] const cpsip_row& cpsip_find_value(std::span<const cpsip_row> table, std::string_view token);
 
-// The text of a method on the wire: empty for those that the table does not have.
+// The text of a request's method on the wire: empty for those that the table does not have, and for a
+// response.
 [[nodiscard]] std::string_view cpsip_method_text(cpsip_method method);
 
 }  // namespace hark

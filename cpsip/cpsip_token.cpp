@@ -52,6 +52,7 @@ class TokenWalk {
   void drop(char c) {
     if (c == '\0') (void)cpapp_uxp(cpapp_here(cpapp_module::cpsip_msg));
     if (c == '\r' || c == '\n') stop_ = kStopLineEnd;
+    escaped_ = false;
   }
 
   void quote(char c, std::uint16_t mark) {
@@ -92,9 +93,9 @@ void pass_stop(cpsip_scan& scan, cpsip_line& line, bool quoted) {
 
 }  // namespace
 
-void cpsip_note_empty_part(cpsip_scan& scan) {
+void cpsip_note_empty_part(cpsip_scan& scan, unsigned line) {
   scan.scan_msg->scan_status = 400;
-  (void)cpapp_uxp(cpapp_here(cpapp_module::cpsip_msg));
+  (void)cpapp_uxp(cpapp_here(cpapp_module::cpsip_msg, line));
 }
 
 int cpsip_walk_token(cpsip_scan& scan, cpsip_line& line, std::uint16_t flags, cpsip_token& token) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <initializer_list>
 #include <utility>
 
 #include "base/text.h"
@@ -11,15 +12,17 @@
 namespace hark {
 namespace {
 
-enum class State { scheme = 1, user, password, host, port, parameters, headers };
+enum class State { scheme, user, password, host, port, parameters, headers };
 
-int fail() {
-  (void)cpapp_uxp(cpapp_here(cpapp_module::cpsip_msg));
+// Reports the place of its call.
+int fail(std::uint32_t location = cpapp_here(cpapp_module::cpsip_msg)) {
+  (void)cpapp_uxp(location);
   return kUriBad;
 }
 
 // What one look over the whole text tells.
 struct Overview {
+  std::size_t end;  // where the URI ends: at a NUL, a ">", or with the text
   State start = State::scheme;
   bool has_at = false;
   bool bad = false;
@@ -28,7 +31,7 @@ struct Overview {
 // The characters that one of the two looks over a URI acts on.
 constexpr std::array<bool, 256> make_special() {
   std::array<bool, 256> special{};
-  for (const char c : {':', '@', '.', ';', '?', '[', ']', '>'})
+  for (const char c : {':', '@', '.', ';', '?', '[', ']', '>', '\0'})
     special[static_cast<unsigned char>(c)] = true;
   return special;
 }
@@ -43,7 +46,7 @@ std::size_t next_special(std::string_view text, std::size_t at) {
 
 // A colon in brackets is part of an IPv6 address, and none that cuts.
 Overview look_over(std::string_view text) {
-  Overview seen;
+  Overview seen{.end = text.size()};
   bool has_dot = false;
   bool has_colon = false;
   bool in_brackets = false;
@@ -55,6 +58,9 @@ Overview look_over(std::string_view text) {
       has_dot = true;
     } else if (c == '[' || c == ']') {
       in_brackets = c == '[';
+    } else if (c == '>' || c == '\0') {
+      seen.end = at;
+      break;
     } else if (c == ':' && !in_brackets) {
       if (at != 0 && text[at - 1] == ':') seen.bad = true;
       if (!has_colon && (seen.has_at || has_dot)) seen.start = seen.has_at ? State::user : State::host;
@@ -73,7 +79,6 @@ class Parser {
   // False for what cannot be parsed.
   bool parse() {
     for (at_ = next_special(text_, 0); at_ < text_.size(); at_ = next_special(text_, at_ + 1)) {
-      if (text_[at_] == '>') break;
       if (!step(text_[at_])) return false;
     }
     return finish() && read_transport();
@@ -94,7 +99,7 @@ class Parser {
         in_brackets_ = true;
         return true;
       case ']':
-        return std::exchange(in_brackets_, false);
+        return std::exchange(in_brackets_, false);  // one that closes none is an error
       default:
         return true;
     }
@@ -175,20 +180,15 @@ class Parser {
     }
   }
 
-  static bool is_digit(std::string_view text) {
-    return !text.empty() && text.front() >= '0' && text.front() <= '9';
-  }
-
   bool read_port() {
-    constexpr std::uint32_t kMaxPort = 65534;
+    constexpr std::uint64_t kMaxPort = 65534;
     std::string_view digits = text_.substr(begin_);
-    if (!is_digit(digits)) {  // as strtoul reads: blanks and a plus are passed
+    if (digits.empty() || digits.front() < '0' ||
+        digits.front() > '9') {  // as strtoul reads: blanks and a plus are passed
       digits.remove_prefix(std::min(digits.find_first_not_of(" \t"), digits.size()));
       if (digits.starts_with('+')) digits.remove_prefix(1);
     }
-    std::uint32_t port = 0;
-    for (; is_digit(digits) && port <= kMaxPort; digits.remove_prefix(1))
-      port = port * 10 + static_cast<std::uint32_t>(digits.front() - '0');
+    const std::uint64_t port = take_digits(digits, kMaxPort + 1);
     if (port == 0 || port > kMaxPort) return false;
     uri_.port = static_cast<std::uint16_t>(port);
     return true;
@@ -220,19 +220,22 @@ class Parser {
     return false;
   }
 
-  // Kept: with headers behind the parameters, only as many characters of these are looked at as the headers
-  // have.
+  // Kept: with headers behind the parameters, only as many places of these are looked at as the headers have
+  // characters. A value that begins there is read whole.
   bool read_transport() {
-    std::string_view text = uri_.params.substr(0, last_length_);
+    std::string_view text = uri_.params;
     std::array<char, kMaxUri> bare;
     if (text.find(' ') != std::string_view::npos) {
       const auto end = std::remove_copy(text.begin(), text.end(), bare.begin(), ' ');
       text = {bare.data(), static_cast<std::size_t>(end - bare.begin())};
     }
     constexpr std::string_view kName = "transport=";
-    for (; text.size() > kName.size(); text.remove_prefix(1)) {
-      if (text.starts_with(kName) || starts_with_nocase(text, kName))
-        return take_transport(text.substr(kName.size()));
+    const std::size_t looked_at = std::min(text.size(), last_length_);
+    for (std::size_t at = 0; at + kName.size() < looked_at; ++at) {
+      const std::string_view rest = text.substr(at);
+      // The first comparison is the quick one.
+      if (rest.starts_with(kName) || starts_with_nocase(rest, kName))
+        return take_transport(rest.substr(kName.size()));
     }
     return true;
   }
@@ -267,8 +270,9 @@ class Parser {
 class Output {
  public:
   explicit Output(std::span<char> room) : room_(room) {}
-  void add(std::string_view text) {
-    length_ += text.copy(room_.data() + length_, std::min(text.size(), room_.size() - length_));
+  void add(std::initializer_list<std::string_view> parts) {
+    for (const std::string_view part : parts)
+      length_ += part.copy(room_.data() + length_, room_.size() - length_);
   }
   [[nodiscard]] std::string_view text() const { return {room_.data(), length_}; }
 
@@ -311,9 +315,10 @@ int CPSIP_MsgParseURI(cpsip_uri& uri) {
     (void)cpapp_uxp(cpapp_here(cpapp_module::cpsip_msg));
     return kUriTooLong;
   }
-  std::string_view text = uri.text.substr(0, uri.text.find('\0'));
+  std::string_view text = uri.text;
   if (text.starts_with('<')) text.remove_prefix(1);
   const Overview overview = look_over(text);
+  text = text.substr(0, overview.end);
   if (overview.bad) return fail();
   if (starts_with_nocase(text, "sips")) uri.transport = cpsip_transport_kind::tls;
   return Parser(uri, text, overview).parse() ? kUriOk : fail();
@@ -321,19 +326,19 @@ int CPSIP_MsgParseURI(cpsip_uri& uri) {
 
 int CPSIP_UriToStr(cpsip_uri& uri, std::span<char> dest) {
   Output out(dest);
-  if (!uri.scheme.empty()) out.add(uri.scheme), out.add(":");
+  if (!uri.scheme.empty()) out.add({uri.scheme, ":"});
   if (!uri.user.empty()) {
-    out.add(uri.user);
-    if (!uri.password.empty()) out.add(":"), out.add(uri.password);
-    out.add("@");
+    out.add({uri.user});
+    if (!uri.password.empty()) out.add({":", uri.password});
+    out.add({"@"});
   }
-  out.add(uri.host);
+  out.add({uri.host});
   if (uri.port != 0) {
     std::array<char, 5> digits;
     const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), uri.port).ptr;
-    out.add(":"), out.add({digits.data(), static_cast<std::size_t>(end - digits.data())});
+    out.add({":", {digits.data(), static_cast<std::size_t>(end - digits.data())}});
   }
-  if (!uri.params.empty()) out.add(";"), out.add(uri.params);
+  if (!uri.params.empty()) out.add({";", uri.params});
   uri.text = out.text();
   return kUriOk;
 }

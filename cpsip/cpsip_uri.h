@@ -3,6 +3,7 @@
 // text, and the escaping of reserved characters.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -38,7 +39,7 @@ struct cpsip_uri {
 [[nodiscard]] int CPSIP_MsgParseURI(cpsip_uri& uri);
 
 // Writes scheme, user, password, host, port and parameters as text into `dest`, cut to fit; headers are not
-// written. `uri.text` becomes that text. Returns 0.
+// written. `uri.text` becomes that text. Returns 0. *Requires* that no part lies in `dest`.
 int CPSIP_UriToStr(cpsip_uri& uri, std::span<char> dest);
 
 // Bits of the mask below. The lower ones are those that end a token of the scanner.

@@ -1,6 +1,5 @@
 #include "sipua/SipMsg.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "base/text.h"
@@ -85,7 +84,7 @@ int SipMsg::IncludeDefaultSDP() {
 // stays in the name.
 void SipMsg::CopyNameFromURI(char* dst, const char* uri, unsigned int limit) {
   if (limit == 0) return;
-  std::string_view name(uri);
+  std::string_view name(uri != nullptr ? uri : "");
   constexpr std::string_view kScheme = "sip:";
   if (name.starts_with(kScheme)) name.remove_prefix(kScheme.size());
   for (const char end : {'@', ':', ';'}) {

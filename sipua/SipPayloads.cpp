@@ -5,19 +5,18 @@
 #include <limits>
 #include <new>
 
+#include "base/text.h"
+#include "cpsdp/cpsdp_pool.h"
 #include "cpsip/cpapp.h"
 
 namespace hark {
 namespace {
 
-// Takes the digits that `rest` begins with off it, held to `most`. False when there are none.
+// False when there are no digits.
 bool take_number(std::string_view& rest, std::uint64_t most, std::uint64_t& number) {
-  const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
-  number = 0;
-  for (const char c : rest.substr(0, digits))
-    number = std::min(number * 10 + static_cast<std::uint64_t>(c - '0'), most);
-  rest.remove_prefix(digits);
-  return digits != 0;
+  const std::size_t before = rest.size();
+  number = take_digits(rest, most);
+  return rest.size() != before;
 }
 
 bool take_character(std::string_view& rest, char c) {
@@ -33,25 +32,7 @@ std::string_view take_up_to(std::string_view& rest, const char* ends) {
   return part;
 }
 
-// The pool of a description that is being made, of which the front is filled.
-class Pool {
- public:
-  explicit Pool(std::span<char> room) : room_(room) {}
-
-  cpsdp_text add(std::string_view text) {
-    if (text.empty() || text.size() > kCpsdpMaxText || text.size() > room_.size() - used_) return {};
-    const cpsdp_text added{static_cast<std::uint8_t>(text.size()), static_cast<std::uint16_t>(used_)};
-    used_ += text.copy(room_.data() + used_, text.size());
-    return added;
-  }
-  [[nodiscard]] std::size_t used() const { return used_; }
-
- private:
-  std::span<char> room_;
-  std::size_t used_ = 0;
-};
-
-void fill_medium(cpsdp_media& media, Pool& pool, std::span<const SPayloadTypes> types) {
+void fill_medium(cpsdp_media& media, cpsdp_pool& pool, std::span<const SPayloadTypes> types) {
   media.m_type = cpsdp_media_type::audio;
   media.m_proto = cpsdp_proto::rtp_avp;
   media.fmt_count = static_cast<std::uint16_t>(std::min(types.size(), kCpsdpMaxFormats));
@@ -101,7 +82,7 @@ bool SipPayloads::ParsePayloadTypes(const char* text) {
 std::size_t InitSDPConfig(cpsdp_parms& parms, std::span<char> pool, std::string_view address,
                           std::span<const SPayloadTypes> types) {
   if (types.empty()) return 0;
-  Pool texts(pool);
+  cpsdp_pool texts(pool);
   parms.o_username = texts.add("-");
   parms.o_session_id = parms.o_session_version = std::rand();
   parms.o_addr_type = cpsdp_addr_type::ip4;
@@ -114,7 +95,7 @@ std::size_t InitSDPConfig(cpsdp_parms& parms, std::span<char> pool, std::string_
   parms.media[0]->c_address = texts.add(address);
   fill_medium(*parms.media[0], texts, types);
   parms.m_count = 1;
-  return texts.used();
+  return texts.text().size();
 }
 
 }  // namespace hark

@@ -173,7 +173,7 @@ void StrDict3::ReleaseAllNodes(Node* first) {
   }
 }
 
-// Nothing in the daemon asks for it; whoever has to list the numbers does.
+// Without a caller so far.
 bool StrDict3::EnumDictionary0(const char* prefix, Node* start, EnumCallback callback, void* ctx) const {
   std::string key = prefix != nullptr ? prefix : "";
   std::array<Node*, kMostLevels> above{};

@@ -1,13 +1,15 @@
 #include "sipua/TimerSource.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace hark {
 namespace {
 
 constexpr std::uint32_t kCutMs = 5;
 
-// Kept: on a new entry a timer repeats 5 ms early, on one that is used again it doesn't. Clients that let a
-// timer repeat are tuned to both. Lines cancel in the callback and see the first expiry only, which is never
-// shortened.
+// Kept: on a new entry a timer repeats 5 ms early, on one that is used again it doesn't. Lines cancel in the
+// callback and see the first expiry only, which is never shortened.
 std::uint32_t shortened(std::uint32_t period) { return period > kCutMs ? period - kCutMs : period; }
 
 }  // namespace
@@ -35,7 +37,9 @@ void TimerSource::DeleteAll(TimerEntry* first) {
 
 int TimerSource::SetTimer(unsigned long delay, unsigned long id, ITimerTarget* target, void* data) {
   CancelTimer(id, target);
-  AddSortedEntry(GetTimerEntry(Timer64::GetMsecCount() + delay, delay, id, target, data));
+  // The period has 32 bits; so have all delays that clients can ask for.
+  const unsigned long held = std::min<unsigned long>(delay, std::numeric_limits<std::uint32_t>::max());
+  AddSortedEntry(GetTimerEntry(Timer64::GetMsecCount() + held, held, id, target, data));
   return 1;
 }
 

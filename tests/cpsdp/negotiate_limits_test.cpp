@@ -40,6 +40,39 @@ TEST(CpsdpNegotiateLimits, AnswerIsMadeInAPoolOfAnySize) {
   }
 }
 
+TEST(CpsdpNegotiateLimits, TextsOfAnAnswerAreWholeOrAbsent) {
+  const Answer wide = NegotiateIn(4096, kLocal, kOffer);
+  for (std::size_t room = 0; room <= wide.pool_len; ++room) {
+    SCOPED_TRACE(room);
+    const Answer answer = NegotiateIn(room, kLocal, kOffer);
+    const auto same_or_none = [&](const cpsdp_text& text, const cpsdp_text& whole) {
+      EXPECT_LE(text.offset + text.length, answer.pool_len);
+      if (text.empty()) return;
+      EXPECT_EQ(answer.Text(text), wide.Text(whole));
+    };
+    same_or_none(answer.parms.o_address, wide.parms.o_address);
+    same_or_none(answer.parms.s_name, wide.parms.s_name);
+    same_or_none(answer.parms.c_address, wide.parms.c_address);
+    for (std::size_t i = 0; i < 2; ++i) {
+      same_or_none(answer.Medium().rtp_name[i], wide.Medium().rtp_name[i]);
+      same_or_none(answer.Medium().fmtp[i], wide.Medium().fmtp[i]);
+    }
+  }
+}
+
+TEST(CpsdpNegotiateLimits, OfferOfTheLargestBodyGetsAWholeAnswer) {
+  std::string offer = kOffer;
+  const std::size_t rest = kCpsdpMaxEncoded - offer.size();
+  for (std::size_t left = rest; left > 4;) {
+    const std::size_t line = left > 132 ? 128 : left;
+    offer += "a=" + std::string(line - 4, 'x') + "\r\n";
+    left -= line;
+  }
+  const Answer answer = NegotiateIn(offer.size() + kCpsdpAnswerAdds, kLocal, offer);
+  EXPECT_EQ(Encode(answer).text, Encode(NegotiateIn(4096, kLocal, kOffer)).text);
+  EXPECT_NE(Encode(answer).text.find("o=harkd 7 8 IN IP4 192.0.2.70"), std::string::npos);
+}
+
 // Each local description has one text only that the answer needs.
 TEST(CpsdpNegotiateLimits, TextThatDoesNotFitIsLeftOut) {
   struct Row {

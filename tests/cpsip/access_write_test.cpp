@@ -182,6 +182,15 @@ TEST(AccessWriteTest, ParameterNumberThatNoPoolHoldsIsRefused) {
   EXPECT_THAT(Parms(*msg, CPSIP_FLD_VIA_PARM), ElementsAre());
 }
 
+// The instances ahead of a parameter that was refused were made once.
+TEST(AccessWriteTest, RefusedWriteChangesNothing) {
+  const cpsip_msg_ptr msg = CPSIP_MsgCreate(true);
+  EXPECT_EQ(Write(*msg, CPSIP_FLD_VIA_PARM, 5, 65500, "a"), kAccessNoParameter);
+  EXPECT_EQ(Write(*msg, CPSIP_FLD_VIA_PARM, 256, 1, "a"), kAccessNoInstance);
+  EXPECT_EQ(msg->via_count, 0);
+  EXPECT_EQ(msg->fields.count(), 1);
+}
+
 TEST(AccessWriteTest, TextThatNoRecordHoldsIsRefused) {
   const cpsip_msg_ptr msg = CPSIP_MsgCreate(true);
   Put(*msg, CPSIP_FLD_CALL_ID, "stays");

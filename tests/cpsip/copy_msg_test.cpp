@@ -191,6 +191,16 @@ TEST_F(CopyMsgTest, ValuesAreCutAtThreeHundredBytesWithoutAReport) {
   EXPECT_EQ(Text(*dst_, CPSIP_FLD_SUPPORTED_ITEM, 2, 2), Pattern(300));
 }
 
+// A received header whose line end was cut off counted as the application's own once, and was sent.
+TEST_F(CopyMsgTest, ReceivedUnknownHeaderKeepsItsLineEndWhenItIsCut) {
+  for (const std::size_t length : {300U, 301U, 302U, 303U, 500U}) {
+    SCOPED_TRACE(length);
+    Put(*src_, CPSIP_FLD_UNKNOWN, Pattern(length - 2) + "\r\n", 1);
+    Copy();
+    EXPECT_EQ(Text(*dst_, CPSIP_FLD_UNKNOWN), Pattern(298) + "\r\n");
+  }
+}
+
 TEST_F(CopyMsgTest, DisplayNamesOfRoutesAreNotCopied) {
   src_->route_display_head = PoolText(*src_, "Proxy");
   src_->record_route_display_head = PoolText(*src_, "Proxy");

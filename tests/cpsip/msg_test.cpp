@@ -133,17 +133,29 @@ TEST(FieldPool, NewIndexIsTheCountBeforeIt) {
   }
 }
 
-TEST(FieldPool, NinthRecordOpensTheSecondChunk) {
+// The first two chunks are parts of the message: an ordinary one takes no more.
+TEST(FieldPool, EachEighthRecordBehindSixteenTakesAnotherChunk) {
   const cpsip_msg_ptr msg = CPSIP_MsgCreate(false);
   const std::int64_t before = Allocations();
-  AllocUpTo(*msg, 8);
-  EXPECT_EQ(Allocations(), before) << "the first eight records share a chunk";
-  AllocUpTo(*msg, 9);
-  EXPECT_EQ(Allocations(), before + 1);
   AllocUpTo(*msg, 16);
-  EXPECT_EQ(Allocations(), before + 1);
+  EXPECT_EQ(Allocations(), before);
   AllocUpTo(*msg, 17);
+  EXPECT_EQ(Allocations(), before + 1);
+  AllocUpTo(*msg, 24);
+  EXPECT_EQ(Allocations(), before + 1);
+  AllocUpTo(*msg, 25);
   EXPECT_EQ(Allocations(), before + 2);
+}
+
+TEST(FieldPool, NinthRecordIsTheFirstOfTheSecondChunk) {
+  const cpsip_msg_ptr msg = CPSIP_MsgCreate(false);
+  AllocUpTo(*msg, 8);
+  EXPECT_EQ(cpsip_msg_alloc_field_ptr(*msg), 8);
+  EXPECT_EQ(msg->fields.count(), 9);
+  const cpsip_field* const ninth = cpsip_msg_get_field_ptr_using_idx(*msg, 8);
+  ASSERT_NE(ninth, nullptr);
+  EXPECT_EQ(cpsip_msg_alloc_field_ptr(*msg), 9);
+  EXPECT_EQ(cpsip_msg_get_field_ptr_using_idx(*msg, 9), ninth + 1);
 }
 
 TEST(FieldPool, RecordsOfAChunkLieSideBySide) {

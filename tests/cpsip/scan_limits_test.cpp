@@ -136,9 +136,9 @@ TEST(ScanLimits, CommaListIsCountedTheSameWay) {
 }
 
 TEST(ScanLimits, NoDatagramRunsOutOfRecords) {
-  // Nothing takes more records than these do: one for each byte.
-  const std::size_t values = (kMaxOsaCapacity - Request("m:<>\r\n").size()) / 3;
-  const Scanned scanned = Scan(Request("m:" + Times(values, "<>,") + "<>\r\n"));
+  // Nothing takes more records than these do: three for two bytes, a new Contact for each comma.
+  const std::size_t values = (kMaxScanned - Request("m:;\r\n").size()) / 2;
+  const Scanned scanned = Scan(Request("m:" + Times(values, ";,") + ";\r\n"));
   ASSERT_TRUE(scanned.IsWhole());
   EXPECT_GT(scanned.msg().fields.count(), 3 * values);
 }
@@ -153,12 +153,14 @@ TEST(ScanLimits, FullSocketBlockIsScannedToItsLastByte) {
   EXPECT_EQ(scanned.msg().content_length, kSocketBlockSize - without.size());
 }
 
-TEST(ScanLimits, LargestBlockIsScannedToItsLastByte) {
+TEST(ScanLimits, LargestDatagramIsScannedToItsLastByteAndALargerOneNotAtAll) {
   const std::string without = Request("Subject: x\r\n");
-  const std::string body(kMaxOsaCapacity - without.size(), 'b');
+  const std::string body(kMaxScanned - without.size(), 'b');
   const Scanned scanned = Scan(Request("Subject: x\r\n", body));
   ASSERT_TRUE(scanned.IsWhole());
   EXPECT_EQ(scanned.msg().content_length, body.size());
+  const Scanned larger = Scan(Request("Subject: x\r\n", body + 'b'));
+  EXPECT_FALSE(larger.IsWhole());
 }
 
 }  // namespace

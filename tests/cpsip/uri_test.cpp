@@ -217,6 +217,52 @@ TEST(UriTest, HeadersLimitTheSearchForTheTransport) {
   ExpectBad("sip:a@b;x=1;transport=foo?subject=a-long-one-goes-all-the-way");
 }
 
+// A value that begins where it is looked for was cut with the search once, and the URI refused.
+TEST(UriTest, TransportThatIsFoundIsReadWhole) {
+  struct Row {
+    std::string_view text;
+    cpsip_transport_kind transport;
+  };
+  const Row rows[] = {
+      {"sip:a@b;transport=tcp?subject=abc", cpsip_transport_kind::tcp},
+      {"sip:a@b;transport=sctp?subject=abcde", cpsip_transport_kind::sctp},
+      {"sip:a@b;transport=tls?a=123456789", cpsip_transport_kind::tls},
+      {"sip:a@b;transport=tcp?a=12345678", cpsip_transport_kind::none},
+      {"sip:a@b;  transport=tcp?12345678901234", cpsip_transport_kind::tcp},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    cpsip_uri uri;
+    uri.text = row.text;
+    EXPECT_EQ(CPSIP_MsgParseURI(uri), kUriOk);
+    EXPECT_EQ(uri.transport, row.transport);
+  }
+}
+
+// Marks behind the ">" decided once where the URI began.
+TEST(UriTest, NothingBehindTheClosingBracketIsLookedAt) {
+  struct Row {
+    std::string_view text;
+    std::string_view scheme;
+    std::string_view user;
+    std::string_view host;
+  };
+  const Row rows[] = {
+      {"<sip:10.0.0.1>;x=a@b", "sip", "", "10.0.0.1"},
+      {"<sip:a@b>;tag=x::y", "sip", "a", "b"},
+      {"<alice>;x=sip:b", "", "", "alice"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    cpsip_uri uri;
+    uri.text = row.text;
+    EXPECT_EQ(CPSIP_MsgParseURI(uri), kUriOk);
+    EXPECT_EQ(uri.scheme, row.scheme);
+    EXPECT_EQ(uri.user, row.user);
+    EXPECT_EQ(uri.host, row.host);
+  }
+}
+
 TEST(UriTest, TextOf299CharactersPassesAndALongerOneIsRefused) {
   const std::string longest = "sip:" + std::string(295, 'h');
   cpsip_uri uri;

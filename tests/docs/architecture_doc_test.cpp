@@ -60,7 +60,7 @@ TEST(Architecture, HasEveryHookWhereItIsDeclared) {
 
 TEST(Architecture, NamesOnlyFilesThatThereAre) {
   for (const char* name : {"docs/architecture.md", "docs/discovery.md", "docs/links.md",
-                           "docs/control-port.md", "docs/panels.md", "README.md"}) {
+                           "docs/control-port.md", "docs/panels.md", "docs/sip.md", "README.md"}) {
     const std::string text = read_source(name);
     EXPECT_FALSE(text.empty()) << name;
     for (const std::string& file : named_files(text))
@@ -93,7 +93,7 @@ bool has_anchor(const std::string& text, const std::string& anchor) {
 TEST(Documents, LeadToEachOther) {
   namespace fs = std::filesystem;
   for (const std::string name : {"docs/architecture.md", "docs/discovery.md", "docs/links.md",
-                                 "docs/control-port.md", "docs/panels.md", "README.md"}) {
+                                 "docs/control-port.md", "docs/panels.md", "docs/sip.md", "README.md"}) {
     for (std::string link : all_between(read_source(name), "](", ")")) {
       std::replace(link.begin(), link.end(), '\n', ' ');
       const std::size_t hash = std::min(link.find('#'), link.size());

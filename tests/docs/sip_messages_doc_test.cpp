@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "cpsip/cpapp.h"
 #include "cpsip/msg_fixture.h"
 #include "docs/document.h"
 #include "docs/sip_document.h"
@@ -22,18 +25,26 @@ cpsip_msg_ptr build_refer() {
   refer->cseq = 2;
   refer->max_forwards = 70;
   refer->include_allow = true;
-  const auto put = [&](std::uint32_t field, std::string_view text) {
-    return cpsip_msg_write(*refer, field, 1, 1, text) == kAccessOk;
+  struct Field {
+    cpsip_fld id;
+    std::string_view text;
   };
-  if (!put(CPSIP_FLD_REQUEST_URI, "sip:desk7@10.0.0.7:5060")) return nullptr;
-  if (!put(CPSIP_FLD_VIA_TRANSPORT, "UDP") || !put(CPSIP_FLD_VIA_HOST, "10.0.0.2")) return nullptr;
-  if (!put(CPSIP_FLD_VIA_PORT, "5061") || !put(CPSIP_FLD_VIA_PARM, "branch=z9hG4bK1")) return nullptr;
-  if (!put(CPSIP_FLD_FROM_URI, "sip:studio@10.0.0.2") || !put(CPSIP_FLD_FROM_PARM, "tag=88")) return nullptr;
-  if (!put(CPSIP_FLD_TO_URI, "sip:desk7@10.0.0.7") || !put(CPSIP_FLD_TO_PARM, "tag=1928")) return nullptr;
-  if (!put(CPSIP_FLD_CALL_ID, "a84b4c76@10.0.0.7")) return nullptr;
-  if (!put(CPSIP_FLD_REFER_TO_URI, "sip:gate@10.0.0.9")) return nullptr;
-  if (!put(CPSIP_FLD_REPLACES, "425@10.0.0.9;to-tag=77;from-tag=64")) return nullptr;
-  if (!put(CPSIP_FLD_REFERRED_BY_URI, "sip:studio@10.0.0.2")) return nullptr;
+  constexpr std::array<Field, 13> kWritten{{{CPSIP_FLD_REQUEST_URI, "sip:desk7@10.0.0.7:5060"},
+                                            {CPSIP_FLD_VIA_TRANSPORT, "UDP"},
+                                            {CPSIP_FLD_VIA_HOST, "10.0.0.2"},
+                                            {CPSIP_FLD_VIA_PORT, "5061"},
+                                            {CPSIP_FLD_VIA_PARM, "branch=z9hG4bK1"},
+                                            {CPSIP_FLD_FROM_URI, "sip:studio@10.0.0.2"},
+                                            {CPSIP_FLD_FROM_PARM, "tag=88"},
+                                            {CPSIP_FLD_TO_URI, "sip:desk7@10.0.0.7"},
+                                            {CPSIP_FLD_TO_PARM, "tag=1928"},
+                                            {CPSIP_FLD_CALL_ID, "a84b4c76@10.0.0.7"},
+                                            {CPSIP_FLD_REFER_TO_URI, "sip:gate@10.0.0.9"},
+                                            {CPSIP_FLD_REPLACES, "425@10.0.0.9;to-tag=77;from-tag=64"},
+                                            {CPSIP_FLD_REFERRED_BY_URI, "sip:studio@10.0.0.2"}}};
+  for (const Field& field : kWritten) {
+    if (cpsip_msg_write(*refer, field.id, 1, 1, field.text) != kAccessOk) return nullptr;
+  }
   return refer;
 }
 
@@ -147,8 +158,11 @@ TEST_F(SipMessages, WithTheseBodiesEndAsTheTableTells) {
 // Every result that a row has is explained, and the other way round.
 TEST_F(SipMessages, HaveNoResultButThoseThatAreTold) {
   std::vector<std::string> told;
-  for (const Row& row : table_rows(document_.text, "| result | | what happens |"))
+  for (const Row& row : table_rows(document_.text, "| result | | what happens |")) {
     told.push_back(row[0]);
+    const bool stays = row[0] == "34" || row[0] == "37" || row[1] == "whole message";
+    EXPECT_EQ(row[2] != "dropped", stays) << row[0];
+  }
   std::vector<std::string> shown;
   for (const Row& row : table_rows(document_.text, "| first line | result | status |"))
     shown.push_back(row[1]);
@@ -204,12 +218,30 @@ TEST_F(SipMessages, MakeTheReportsOfTheExamples) {
     scan_datagram(datagram_of("", shown.headers, shown.body), scanned);
     EXPECT_EQ(without_lines(scanned.reports), without_lines(wire_block(document_.text, shown.block)));
   }
-  for (const Row& row : table_rows(document_.text, "| line | |\n|---|---|\n| `UXP")) {
-    const bool known = fits_format("UXP: file: cpsip_msg line: %d", row[0]) ||
-                       fits_format("UXP1: 0x190: file: cpsip_msg line: %d", row[0]) ||
-                       fits_format("UXP2: 0x190 0x10: file: cpsip_msg line: %d", row[0]) ||
-                       fits_format("!!!FATAL ERR: file: cpsip_msg line: %d", row[0]);
-    EXPECT_TRUE(known) << row[0];
+}
+
+TEST_F(SipMessages, MakeReportsOfTheKindsOfTheTable) {
+  const std::uint32_t place = cpapp_here(cpapp_module::cpsip_msg, 123);
+  const std::string reports = ReportsOf([&] {
+    cpapp_uxp(place);
+    cpapp_uxp1(place, 400);
+    cpapp_uxp2(place, 400, kHdrExpires);
+    (void)std::printf("!!!FATAL ERR: ");  // ends the process
+    cpsip_log_uxp_location(place);
+  });
+  EXPECT_NE(read_source("cpsip/cpapp.cpp").find("printf(\"!!!FATAL ERR: \")"), std::string::npos);
+  std::string told;
+  for (const Row& row : RowsBehind("## Diagnostics", "| line | |"))
+    told += row[0] + "\r\n";
+  EXPECT_EQ(told, reports);
+}
+
+TEST_F(SipMessages, ThatDoNotEndAreGone) {
+  const std::string whole = datagram_of("", "`To: <sip:bob@10.0.0.2>`");
+  for (std::size_t size = 1; size < whole.size(); ++size) {
+    DocumentScan scanned;
+    scan_datagram(whole.substr(0, size), scanned);
+    EXPECT_EQ(scanned.Status(), "gone") << size;
   }
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,8 +32,10 @@ std::set<std::string> entries(const Table& table) {
 class SipReference : public testing::Test {
  protected:
   [[nodiscard]] bool Says(const std::string& text) const {
-    std::string words = document_.text;
-    std::replace(words.begin(), words.end(), '\n', ' ');
+    std::istringstream in(document_.text);
+    std::string words;
+    for (std::string word; in >> word;)
+      words += word + " ";
     return words.find(text) != std::string::npos;
   }
   // The first two cells of each row, as "text number".
@@ -150,7 +153,7 @@ TEST_F(SipReference, HasTheLimitsOfTheProgram) {
   const std::string scanner = read_source("cpsip/cpsip_msg_scan.cpp");
   EXPECT_NE(scanner.find("kMostDigits = 10;"), std::string::npos);
   EXPECT_NE(scanner.find("kMostDigits = 9;"), std::string::npos);
-  EXPECT_NE(read_source("cpsdp/cpsdp_parse.cpp").find("kMaxTokens =\n    32;"), std::string::npos);
+  EXPECT_THAT(read_source("cpsdp/cpsdp_parse.cpp"), testing::ContainsRegex("kMaxTokens =[[:space:]]+32;"));
   EXPECT_NE(read_source("cpsdp/cpsdp_negotiate.cpp").find("kMaxComparedAttribute = 128;"), std::string::npos);
 }
 
