@@ -44,6 +44,13 @@ void same_body(const cpsip_msg& a, const cpsip_msg& b) {
     hark::fuzz::check_same_session(*a.sdp, a.sdp_text.view(), *b.sdp, b.sdp_text.view(), "a session");
 }
 
+// A text as a deep copy has it. A received header that is cut keeps its line end.
+std::string cut(std::uint32_t id, const std::string& text) {
+  const bool is_line = id == hark::CPSIP_FLD_UNKNOWN && text.ends_with("\r\n");
+  if (!is_line || text.size() <= hark::kMaxFieldText) return text.substr(0, hark::kMaxFieldText);
+  return text.substr(0, hark::kMaxFieldText - 2) + "\r\n";
+}
+
 // What a deep copy has of the texts.
 SipTexts copied(const cpsip_msg& msg, const SipTexts& texts) {
   constexpr std::array<std::uint32_t, 42> kCopied{1,  2,  4,  5,  6,  8,  9,  10, 12, 13, 15, 16, 18, 19,
@@ -56,7 +63,7 @@ SipTexts copied(const cpsip_msg& msg, const SipTexts& texts) {
     const bool is_copied =
         std::find(kCopied.begin(), kCopied.end(), id) != kCopied.end() || id == 85 || id == 86;
     if (!is_copied || (field.in_chain() && instance > msg.*field.instances)) continue;
-    if (!text.empty()) some[key] = text.substr(0, hark::kMaxFieldText);
+    if (!text.empty()) some[key] = cut(id, text);
   }
   return some;
 }
