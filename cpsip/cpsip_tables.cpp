@@ -122,8 +122,10 @@ const cpsip_row& cpsip_find_method(std::string_view token) {
 }
 
 const cpsip_row& cpsip_find_value(std::span<const cpsip_row> table, std::string_view token) {
-  return *std::find_if(table.begin(), table.end() - 1,
-                       [&](const cpsip_row& row) { return starts_with_nocase(token, row.key()); });
+  // Nearly every sender writes a value as the table does.
+  return *std::find_if(table.begin(), table.end() - 1, [&](const cpsip_row& row) {
+    return token.starts_with(row.key()) || starts_with_nocase(token, row.key());
+  });
 }
 
 std::string_view cpsip_method_text(cpsip_method method) {
