@@ -85,6 +85,7 @@ void StationTest::Start() {
 void StationTest::StartReadyForCalls() {
   station.write_settings(kIdentity);
   Start();
+  ASSERT_TRUE(sim.wait_received("set hark#1.sub#1.sub_out src_id=\"\""));  // the last word of a start
 }
 
 Client StationTest::Connect(const std::string& source) const {
