@@ -2,11 +2,13 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "addressing/harkurl.h"
 #include "base/text.h"
 #include "callctl/line_table.h"
 #include "callctl/sipctrl.h"
+#include "cpsip/cpsip_msg_access.h"
 #include "daemon/log/log.h"
 #include "routing/harkqnr.h"
 #include "routing/qncpptt.h"
@@ -88,10 +90,52 @@ void NotifyServiceDestroy(unsigned kind) {
   if (any) (void)sipctrl_adjustifbgains(-1);
 }
 
-// Seam: the From of an INVITE is read by the message access of the protocol stack, which is not built. A From
-// that cannot be read is empty, and the ring of a party without any address leaves the line free.
-void NotifyLineRing(unsigned kind, unsigned i, cpsip_msg* /*msg*/) {
-  line_ring(static_cast<int>(kind), static_cast<int>(i), "", "");
+// What a far station says of itself goes into a URL, into the log and into lines of text. These bytes would
+// end one of them early; they are shown as "_".
+void mask(std::string& text, std::string_view more) {
+  for (char& c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F || more.find(c) != std::string_view::npos) c = '_';
+  }
+}
+
+std::string read_field(const cpsip_msg& msg, cpsip_fld field) {
+  cpsip_field_text text;
+  return std::string(cpsip_msg_read(msg, field, 1, 0, text));
+}
+
+// What a quoted-string says, without its quotes and escapes, RFC 3261 25.1.
+std::string unquoted(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 1; i < text.size() && text[i] != '"'; ++i) {
+    if (text[i] == '\\' && i + 1 < text.size()) ++i;
+    out.append(1, text[i]);
+  }
+  return out;
+}
+
+std::string display_name(const cpsip_msg& msg) {
+  std::string name = read_field(msg, CPSIP_FLD_FROM_DISPLAY);
+  name.erase(0, name.find_first_not_of(" \t"));
+  if (name.starts_with('"')) name = unquoted(name);
+  name.erase(name.find_last_not_of(" \t") + 1);
+  mask(name, "\"<>;");
+  return name;
+}
+
+// The tags behind the address stay.
+std::string party_uri(const cpsip_msg& msg) {
+  std::string uri = read_field(msg, CPSIP_FLD_FROM_URI);
+  mask(uri, "\"<>");
+  return uri;
+}
+
+// The party is in the From of the INVITE. One that cannot be read is empty, and the ring of a party without
+// any address leaves the line free.
+void NotifyLineRing(unsigned kind, unsigned i, cpsip_msg* msg) {
+  const bool known = msg != nullptr;
+  line_ring(static_cast<int>(kind), static_cast<int>(i), known ? display_name(*msg).c_str() : "",
+            known ? party_uri(*msg).c_str() : "");
 }
 
 void listen_connected(int i, HarkLine& line, const char* media) {

@@ -35,12 +35,20 @@ function(hark_library name)
   target_compile_options(${name} PRIVATE -fno-exceptions)
 endfunction()
 
+# What tests are compiled with beyond the rest. Most of the time of a build is theirs, and each is run once: they are not
+# optimised, and their debug information is what a stack trace shows. What they test keeps the settings of the build.
+set(HARK_TEST_OPTIONS -O0 -g1)
+
 # hark_test(name SOURCES a_test.cpp ... USES library ...)
-# A gtest program whose cases ctest knows one by one.
+# A gtest program whose cases ctest knows one by one. The headers of test_headers are compiled once for all of them.
 function(hark_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+  target_compile_options(${name} PRIVATE ${HARK_TEST_OPTIONS})
+  if(HARK_TESTS)
+    target_precompile_headers(${name} REUSE_FROM test_headers)
+  endif()
   target_link_libraries(${name} PRIVATE ${ARG_USES} GTest::gtest GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()

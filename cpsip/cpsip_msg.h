@@ -111,7 +111,6 @@ struct cpsip_msg {
   std::uint32_t cseq = 0;
   cpsip_method cseq_method = cpsip_method::response;
   std::uint8_t max_forwards = 0;  // 0: not set
-  bool free_after_send = false;   // the transport deletes the message once it is formatted
   cpsip_content_kind content_kind = cpsip_content_kind::none;
   bool content_length_seen = false;  // a Content-Length header was read
   std::uint32_t content_length = 0;  // bytes of the body; on the way out any value but 0 asks for the body

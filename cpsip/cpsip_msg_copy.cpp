@@ -27,12 +27,14 @@ void copy_session(const std::unique_ptr<cpsdp_parms>& session, const cpsip_sdp_t
   to_text.own(copy_bytes(text.view()), static_cast<std::uint32_t>(text.view().size()));
 }
 
-// Copies the parameters from `index` on to the record `to`, which has none.
+// Copies the parameters from `index` on to the record `to`, which has none. What the pool has no room for is
+// left out.
 void copy_parms(const cpsip_msg& src, std::uint16_t index, cpsip_msg& dst, cpsip_field& to) {
   std::uint16_t* link = &to.next_parm;
   for (; index != 0; index = src.fields[index].next_parm) {
     cpsip_field_text room;
     const std::string_view text = cpsip_read_text(src.fields[index], 0, room);
+    if (dst.fields.count() == cpsip_field_pool::kMaxFields) return;
     *link = dst.fields.alloc();
     cpsip_field& parm = dst.fields[*link];
     if (!text.empty()) cpsip_write_text(dst, parm, text);
@@ -49,7 +51,6 @@ void copy_members(const cpsip_msg& src, cpsip_msg& dst) {
   dst.cseq = src.cseq;
   dst.cseq_method = src.cseq_method;
   dst.max_forwards = src.max_forwards;
-  dst.free_after_send = src.free_after_send;
   dst.content_kind = src.content_kind;
   dst.content_length_seen = src.content_length_seen;
   dst.content_length = src.content_length;
@@ -116,12 +117,24 @@ int cpsip_msg_copy_header_parms(const cpsip_msg& src, cpsip_msg& dst, unsigned i
   const cpsip_fld_row& row = cpsip_find_fld(field_id);
   if (!cpsip_has_parms(row)) return kAccessNoParameter;
   for (unsigned instance = 1; instance <= instances; ++instance) {
-    if (cpsip_field* to = cpsip_find_record(dst, row, instance); to != nullptr) to->next_parm = 0;
+    cpsip_field* const to = cpsip_find_record(dst, row, instance);
+    if (to != nullptr) to->next_parm = 0;
     const cpsip_field* from = cpsip_find_record(src, row, instance);
-    if (from != nullptr && from->next_parm != 0)
-      copy_parms(src, from->next_parm, dst, cpsip_make_record(dst, row, instance));
+    if (from == nullptr || from->next_parm == 0) continue;
+    // A new instance may want a record of each of its chains.
+    constexpr unsigned kChains = 4;
+    const bool has_room =
+        to != nullptr || dst.fields.count() + kChains * instance <= cpsip_field_pool::kMaxFields;
+    if (has_room) copy_parms(src, from->next_parm, dst, cpsip_make_record(dst, row, instance));
   }
   return kAccessOk;
+}
+
+void cpsip_msg_copy_parms_across(const cpsip_msg& src, std::uint32_t from, cpsip_msg& dst, std::uint32_t to) {
+  cpsip_field& record = cpsip_make_record(dst, cpsip_find_fld(to), 1);
+  record.next_parm = 0;
+  const cpsip_field* source = cpsip_find_record(src, cpsip_find_fld(from), 1);
+  if (source != nullptr) copy_parms(src, source->next_parm, dst, record);
 }
 
 int cpsip_msg_copy_contact(const cpsip_msg& src, cpsip_msg& dst) {

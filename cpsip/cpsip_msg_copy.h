@@ -17,6 +17,10 @@ int cpsip_msg_copy_field(const cpsip_msg& src, cpsip_msg& dst, unsigned instance
 int cpsip_msg_copy_header_parms(const cpsip_msg& src, cpsip_msg& dst, unsigned instances,
                                 std::uint32_t field_id);
 
+// The parameters of the one header take the place of those of the other, which may be another one: those of
+// From, for To. *Requires* fields of parameters, of headers that are there once.
+void cpsip_msg_copy_parms_across(const cpsip_msg& src, std::uint32_t from, cpsip_msg& dst, std::uint32_t to);
+
 // Display name, URI and parameters of each Contact. The first failure.
 int cpsip_msg_copy_contact(const cpsip_msg& src, cpsip_msg& dst);
 

@@ -114,6 +114,8 @@ void Formatter::vias() {
 }
 
 int Formatter::put_outbound_route() {
+  cpsip_field_text room;
+  if (cpsip_msg_read(msg_, CPSIP_FLD_ROUTE_URI, 1, 0, room) == route_) return kAccessOk;  // resent
   const int result = cpsip_msg_write(msg_, CPSIP_FLD_ROUTE_URI, 1, 0, route_);
   if (result != kAccessOk) (void)cpapp_uxp(cpapp_here(cpapp_module::cpsip_msg));
   return result;
@@ -376,13 +378,10 @@ int Formatter::body() {
 
 }  // namespace
 
-int cpsip_msg_format(cpsip_msg_ptr& msg, std::string_view route, cpsip_osa_chain& out) {
+int cpsip_msg_format(cpsip_msg& msg, std::string_view route, cpsip_osa_chain& out) {
   out.reset(cpsip_osa_buf_alloc(kSocketBlockSize));
-  Formatter formatter(*msg, route, out.get());
-  if (const int result = formatter.headers(); result != kAccessOk) {
-    msg.reset();
-    return result;
-  }
+  Formatter formatter(msg, route, out.get());
+  if (const int result = formatter.headers(); result != kAccessOk) return result;
   return formatter.body();
 }
 

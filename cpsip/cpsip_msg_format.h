@@ -21,10 +21,10 @@ struct cpsip_osa_writer {
 
 // Formats into a fresh chain, whose first block has kSocketBlockSize bytes and holds every ordinary message.
 // `route` is the service's outbound route (a bare address with ";lr", as a rule); empty: none. 0; else the
-// error of the SDP encoder, with what was written so far in `out`, or of writing a Route, which deletes the
-// message. *Requires* a message. It changes it: content_length becomes that of the encoded session, and the
-// Route of an ACK or CANCEL the outbound one.
-[[nodiscard]] int cpsip_msg_format(cpsip_msg_ptr& msg, std::string_view route, cpsip_osa_chain& out);
+// error of the SDP encoder or of writing a Route, with what was written so far in `out`. It changes the
+// message: content_length becomes that of the encoded session, and the Route of an ACK or CANCEL the outbound
+// one.
+[[nodiscard]] int cpsip_msg_format(cpsip_msg& msg, std::string_view route, cpsip_osa_chain& out);
 
 // Writers. Each goes on in a new block of the same capacity when the current one is full.
 // Returns the length of the text.

@@ -13,7 +13,7 @@
 #include "base/clock.h"
 #include "base/fd.h"
 #include "callctl/sipctrl.h"
-#include "cpsip/cpsip_select.h"
+#include "cpsip/cpsip_socket.h"
 #include "daemon/harkd_private.h"
 #include "daemon/log/log.h"
 #include "daemon/network.h"
@@ -66,7 +66,8 @@ void for_each_panel(Act act) {
 
 void fill(Sets& sets) {
   sets.clear();
-  sets.highest = CPSIP_Select_FDs(sets.readable, sets.writable, sets.failed) - 1;
+  // Negative before the stack is started: it has no sets.
+  sets.highest = std::max(CPSIP_Select_FDs(sets.readable, sets.failed, sets.writable), 0) - 1;
   for (const int fd : server.cons)
     (void)fdset_add(fd, sets.readable, sets.highest);
   (void)fdset_add(harkd.listen_fd.get(), sets.readable, sets.highest);

@@ -117,7 +117,7 @@ struct Scanned {
 std::string formatted(hark::cpsip_msg_ptr& msg, std::string_view route) {
   hark::cpsip_osa_chain out;
   const bool has_session = msg->content_kind == hark::cpsip_content_kind::sdp && msg->content_length != 0;
-  const int result = hark::cpsip_msg_format(msg, route, out);
+  const int result = hark::cpsip_msg_format(*msg, route, out);
   check(out != nullptr && msg != nullptr, "it is written into a block, and stays");
   check(result == 0 || (has_session && result >= hark::kEncodeVersion && result <= hark::kEncodeNoSession),
         "only a session can be in the way");

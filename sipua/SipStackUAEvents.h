@@ -58,9 +58,13 @@ struct ISipStackUAEvents {
 inline constexpr unsigned kServiceErrorFailed = 10;
 inline constexpr unsigned kServiceErrorIndex = 11;
 inline constexpr unsigned kServiceErrorNull = 12;
+inline constexpr unsigned kServiceErrorRegistration = 13;  // a registration that failed
+inline constexpr unsigned kServiceErrorRegistered = 14;    // and one that did not, "OK"
 
 // Error numbers of NotifyLineError. 300 and above are SIP status codes.
 inline constexpr unsigned kLineErrorRefused = 50;
+inline constexpr unsigned kLineErrorTimeout = 51;
+inline constexpr unsigned kLineErrorMedia = 52;
 inline constexpr unsigned kLineErrorIndex = 53;
 inline constexpr unsigned kLineErrorNotSent = 54;
 inline constexpr unsigned kLineErrorMap = 55;

@@ -150,7 +150,7 @@ class OurSubject : public Subject {
 
   bool format_message(Reader& reader) override {
     cpsip_osa_chain wire;
-    if (cpsip_msg_format(message_, {}, wire) != 0) return false;
+    if (cpsip_msg_format(*message_, {}, wire) != 0) return false;
     reader.wire(wire->text());
     return true;
   }

@@ -38,7 +38,7 @@ CallTest::CallTest() {
   identity.name = "IC 0A0B0C";
   identity.alt = "Main";
   identity.trgl = 3;
-  identity.ip = 0x0A000001;
+  identity.ip = 0x7F530001;  // 127.83.0.1: services open their sockets there
   identity.port = 5060;
   identity.mcast = 0xEFC00005;
   EXPECT_EQ(sipctrl_createservice(identity), 0);

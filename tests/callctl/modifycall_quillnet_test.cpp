@@ -260,13 +260,22 @@ TEST_F(OtherUrl, PartiesThatCannotBeCalledAreRefused) {
   EXPECT_THAT(Reports(), IsEmpty());
 }
 
-TEST_F(OtherUrl, StationCannotBeCalledWithoutAProtocolStack) {
-  EXPECT_EQ(Modify(kStation, kWishConnect, kWishConnect), -1);
+TEST_F(OtherUrl, StationIsCalledBothWaysAndWaitedFor) {
+  EXPECT_EQ(Modify(kStation, kWishConnect, kWishConnect), 0);
+  EXPECT_EQ(listen_lines[0].state, kLineCalling);
+  EXPECT_EQ(talk_lines[0].state, kLineCalling);
+  EXPECT_THAT(Reports(), IsEmpty());
+}
+
+// The stack resolves no names.
+TEST_F(OtherUrl, StationWhoseAddressIsANameCannotBeCalled) {
+  constexpr const char* kNamed = "hark:studio.example";
+  EXPECT_EQ(Modify(kNamed, kWishConnect, kWishConnect), -1);
   EXPECT_TRUE(listen_lines[0].url.empty());
   EXPECT_TRUE(talk_lines[0].url.empty());
-  EXPECT_THAT(Reports(), ElementsAre("hark:10.0.0.5 L:0"));  // it was calling for a moment
-  EXPECT_EQ(Talk(kStation), -1);
-  EXPECT_THAT(Reports(), ElementsAre("hark:10.0.0.5 T:0"));
+  EXPECT_THAT(Reports(), ElementsAre("hark:studio.example L:0"));  // it was calling for a moment
+  EXPECT_EQ(Talk(kNamed), -1);
+  EXPECT_THAT(Reports(), ElementsAre("hark:studio.example T:0"));
 }
 
 TEST_F(OtherUrl, LocalSourceIsToldAsAnAddress) {

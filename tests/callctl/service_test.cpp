@@ -98,6 +98,7 @@ TEST_F(Services, CreationAgainBreaksTheCallsAndTakesNewOnes) {
   ASSERT_EQ(Listen(kSource), 0);
   Forget();
   StationIdentity identity;
+  identity.ip = 0x7F530002;
   identity.name = "other";
   identity.port = 5060;
   EXPECT_EQ(sipctrl_removeservice(), 0);

@@ -84,7 +84,6 @@ TEST_F(CopyMsgTest, ScalarsAreCopied) {
   src.cseq = 0xFFFFFFFE;
   src.cseq_method = cpsip_method::refer;
   src.max_forwards = 70;
-  src.free_after_send = true;
   src.content_kind = cpsip_content_kind::sipfrag;
   src.content_length_seen = true;
   src.body_received = 17;
@@ -102,7 +101,6 @@ TEST_F(CopyMsgTest, ScalarsAreCopied) {
   EXPECT_EQ(dst_->cseq, 0xFFFFFFFE);
   EXPECT_EQ(dst_->cseq_method, cpsip_method::refer);
   EXPECT_EQ(dst_->max_forwards, 70);
-  EXPECT_TRUE(dst_->free_after_send);
   EXPECT_EQ(dst_->content_kind, cpsip_content_kind::sipfrag);
   EXPECT_TRUE(dst_->content_length_seen);
   EXPECT_EQ(dst_->body_received, 17U);

@@ -66,7 +66,7 @@ void expect_same_again(cpsip_msg_ptr msg) {
   const Encoded encoded = encode(*msg);
   const Lines before = written_lines(*msg);
   cpsip_osa_chain out;
-  ASSERT_EQ(cpsip_msg_format(msg, kNoRoute, out), encoded.code);
+  ASSERT_EQ(cpsip_msg_format(*msg, kNoRoute, out), encoded.code);
   if (encoded.code != 0) return;
   const std::string text = chain_text(out.get());
   SCOPED_TRACE(text);
@@ -130,7 +130,7 @@ TEST(MessageRoundTrip, IncludedAllowIsReadAsItsSevenMethods) {
     cpsip_msg_ptr msg = generate_message(chance);
     const bool expected = msg->include_allow;
     cpsip_osa_chain out;
-    ASSERT_EQ(cpsip_msg_format(msg, kNoRoute, out), 0);
+    ASSERT_EQ(cpsip_msg_format(*msg, kNoRoute, out), 0);
     const Scanned again = scan_datagram(chain_text(out.get()));
     ASSERT_TRUE(again.complete);
     EXPECT_EQ(again.msg->allow_count, expected ? 1 : 0);
@@ -163,7 +163,7 @@ TEST(MessageRoundTrip, ReplacesOfAReferComesBackInsideItsReferTo) {
   ASSERT_EQ(cpsip_msg_write(*msg, CPSIP_FLD_REFER_TO_URI, 1, 0, "sip:4120@192.0.2.5"), kAccessOk);
   ASSERT_EQ(cpsip_msg_write(*msg, CPSIP_FLD_REPLACES, 1, 0, "9a1c@192.0.2.41;to-tag=h9"), kAccessOk);
   cpsip_osa_chain out;
-  ASSERT_EQ(cpsip_msg_format(msg, kNoRoute, out), 0);
+  ASSERT_EQ(cpsip_msg_format(*msg, kNoRoute, out), 0);
   const Scanned again = scan_datagram(chain_text(out.get()));
   ASSERT_TRUE(again.complete);
   EXPECT_EQ(again.msg->replaces.length, 0);
@@ -178,7 +178,7 @@ TEST(MessageRoundTrip, ReceivedUnknownHeadersAndListsOfAbilitiesAreNotPassedOn) 
   ASSERT_TRUE(scanned.complete);
   EXPECT_EQ(scanned.msg->unknown_count, 9);
   cpsip_osa_chain out;
-  ASSERT_EQ(cpsip_msg_format(scanned.msg, kNoRoute, out), 0);
+  ASSERT_EQ(cpsip_msg_format(*scanned.msg, kNoRoute, out), 0);
   const Scanned again = scan_datagram(chain_text(out.get()));
   ASSERT_TRUE(again.complete);
   EXPECT_EQ(missing_lines(all_lines(*again.msg), "unknown.count=0\nAllow.count=0\nSupported.count=1"), "");
@@ -202,7 +202,7 @@ TEST(MessageRoundTrip, DamagedMessagesEndInOneOfTheResults) {
       EXPECT_FALSE(scanned.complete && scanned.code != kScanOk) << "seed " << seed;
       if (!scanned.msg) continue;
       cpsip_osa_chain out;
-      (void)cpsip_msg_format(scanned.msg, kNoRoute, out);
+      (void)cpsip_msg_format(*scanned.msg, kNoRoute, out);
       EXPECT_FALSE(all_lines(*scanned.msg).empty());
     }
   }

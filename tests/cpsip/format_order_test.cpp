@@ -176,7 +176,7 @@ TEST(FormatOrderTest, ResponseBeginsWithItsStatusLine) {
 TEST(FormatOrderTest, OrdinaryMessageLiesInOneBlock) {
   cpsip_msg_ptr msg = NewRequest();
   cpsip_osa_chain out;
-  ASSERT_EQ(cpsip_msg_format(msg, {}, out), 0);
+  ASSERT_EQ(cpsip_msg_format(*msg, {}, out), 0);
   EXPECT_EQ(out->capacity, kSocketBlockSize);
   EXPECT_EQ(out->next, nullptr);
 }
@@ -188,7 +188,7 @@ TEST(FormatOrderTest, LongMessageGoesOnInBlocksOfTheSameSize) {
     cpsip_msg_ptr msg = NewRequest();
     Put(*msg, CPSIP_FLD_SUBJECT, Pattern(length));
     cpsip_osa_chain out;
-    ASSERT_EQ(cpsip_msg_format(msg, {}, out), 0);
+    ASSERT_EQ(cpsip_msg_format(*msg, {}, out), 0);
     const std::string wire = ChainText(out.get());
     EXPECT_EQ(wire, "INVITE sip:bob@10.0.0.2 SIP/2.0\r\n" + std::string(kPlainHead) +
                         "CSeq: 1 INVITE\r\nSubject: " + Pattern(length) + "\r\nContent-Length: 0\r\n\r\n");

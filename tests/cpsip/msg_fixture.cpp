@@ -131,7 +131,7 @@ std::vector<unsigned> UsedOfBlocks(const cpsip_osa_buf* head) {
 
 Formatted Format(cpsip_msg_ptr& msg, std::string_view route) {
   cpsip_osa_chain out;
-  const int result = cpsip_msg_format(msg, route, out);
+  const int result = cpsip_msg_format(*msg, route, out);
   return {result, ChainText(out.get()), UsedOfBlocks(out.get())};
 }
 

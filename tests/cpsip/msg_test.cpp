@@ -49,7 +49,6 @@ TEST(SipMsg, NewOneIsBlank) {
   EXPECT_EQ(msg->content_kind, cpsip_content_kind::none);
   EXPECT_EQ(msg->content_length, 0U);
   EXPECT_EQ(msg->expires, 0U);
-  EXPECT_FALSE(msg->free_after_send);
   EXPECT_FALSE(msg->content_length_seen);
   EXPECT_FALSE(msg->include_allow);
   EXPECT_EQ(msg->sdp, nullptr);

@@ -42,7 +42,7 @@ Bench::Bench(reference::Sources sources, const reference::ChannelFile& channels,
   EXPECT_EQ(sipctrl_initialize(), 0);
   StationIdentity identity;
   identity.name = "Bench";
-  identity.ip = 0x0A000001;
+  identity.ip = 0x7F530001;  // 127.83.0.1: services open their sockets there
   identity.port = 5060;
   EXPECT_EQ(sipctrl_createservice(identity), 0);
   sipctrl_modifycall_callback = TakeReport;

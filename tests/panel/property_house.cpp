@@ -12,7 +12,8 @@ using reference::Source;
 constexpr const char* kNobody = "Nobody";  // a label that no station has
 
 // Every kind of source: with contacts and without, with a listen that opens itself, of a higher and of a
-// lower level, with a far device that has to confirm, with far ends that acknowledge, and a station by SIP.
+// lower level, with a far device that has to confirm, with far ends that acknowledge, and a station that no
+// call reaches: its address is a name.
 std::vector<Source> house_stations() {
   return {{"Air", "quillnet:239.192.0.1", "gpio=1;gpiol=1;gpiot=2", "On air"},
           {"Bea", "quillnet:239.192.0.2", "gpio=2;gpiot=1;llsn=1", ""},
@@ -21,7 +22,7 @@ std::vector<Source> house_stations() {
           {"Eve", "quillnet:239.192.0.5", "gpio=3;gpiol=2;gpiot=1;trgl=6", ""},
           {"Fox", "quillnet:239.192.0.6", "ifb=10.0.0.9", ""},
           {"Gus", "quillnet:239.192.0.7", "gpio=4;gpiol=1;gpiot=2;gpioack=1", ""},
-          {"Hal", "hark:10.0.0.7", "trgl=2", "Hall"},
+          {"Hal", "hark:hal.example", "trgl=2", "Hall"},
           {"Ida", "quillnet:239.192.0.9", "gpio=5;gpiol=1;gpiot=2;trgl=1", ""},
           {"Jan", "quillnet:239.192.0.10", "gpio=6;gpiol=1;gpiot=2", ""},
           {"Kim", "quillnet:239.192.0.11", "gpio=7;gpiol=1;gpiot=1", "Kimberly"},
@@ -71,8 +72,8 @@ Section RandomUse::RandomSection(const std::string& shift) {
     if (Chance(40)) continue;
     reference::Assignment& entry = section.keys[number];
     entry.label = RandomLabel();
-    if (Chance(5)) entry.url = "*hark:10.0.0.99";
-    if (Chance(4)) entry = {std::nullopt, "hark:10.0.0.98", 0};
+    if (Chance(5)) entry.url = "*hark:nobody.example";
+    if (Chance(4)) entry = {std::nullopt, "hark:other.example", 0};
     if (Chance(15)) entry.flags = static_cast<unsigned>(1 + Pick(15));
   }
   for (int i = 0; i < kHouse; ++i) {

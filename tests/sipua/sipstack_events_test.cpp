@@ -4,7 +4,7 @@
 
 #include "sipua/stack_fixture.h"
 
-namespace hark {
+namespace hark::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -28,32 +28,31 @@ void notify_all(const Events& events) {
   events.NotifyCodecs(1, 13, "codecs");
 }
 
-TEST(SipStackEvents, EachOperationCallsItsSlot) {
-  events_seen.clear();
+class SipStackEvents : public StackTest {};
+
+TEST_F(SipStackEvents, EachOperationCallsItsSlot) {
   notify_all(recording_events());
-  EXPECT_THAT(events_seen, ElementsAre("ServiceError 1 10 text", "ServiceCreate 2", "ServiceDestroy 3",
-                                       "LineRing 1/4 from to", "LineConnected 1/5 from to media codecs",
-                                       "LineRing2 1/6 none", "FarEndRinging 1/7", "FarEndDrop 1/8",
-                                       "LocalDrop 1/9", "LineSeized 1/10", "LineState 1/11 5",
-                                       "LineError 1/12 50 text", "Codecs 1/13 codecs"));
+  EXPECT_THAT(Log(), ElementsAre("ServiceError 1 10 text", "ServiceCreate 2", "ServiceDestroy 3",
+                                 "LineRing 1/4 from to", "LineConnected 1/5 from to media codecs",
+                                 "LineRing2 1/6 none", "FarEndRinging 1/7", "FarEndDrop 1/8", "LocalDrop 1/9",
+                                 "LineSeized 1/10", "LineState 1/11 5", "LineError 1/12 50 text",
+                                 "Codecs 1/13 codecs"));
 }
 
-TEST(SipStackEvents, EmptySlotsArePassedOver) {
-  events_seen.clear();
+TEST_F(SipStackEvents, EmptySlotsArePassedOver) {
   notify_all(Events{});
-  EXPECT_THAT(events_seen, IsEmpty());
+  EXPECT_THAT(Log(), IsEmpty());
 }
 
-TEST(SipStackEvents, OneSlotIsEnough) {
-  events_seen.clear();
+TEST_F(SipStackEvents, OneSlotIsEnough) {
   Events events;
   events.slots.FarEndDrop = recording_events().slots.FarEndDrop;
   notify_all(events);
-  EXPECT_THAT(events_seen, ElementsAre("FarEndDrop 1/8"));
+  EXPECT_THAT(Log(), ElementsAre("FarEndDrop 1/8"));
 }
 
 // The values cross the border to the control layer.
-TEST(SipStackEvents, StatesHaveTheirNumbers) {
+TEST_F(SipStackEvents, StatesHaveTheirNumbers) {
   EXPECT_EQ(Events::STATE_IDLE, 0u);
   EXPECT_EQ(Events::STATE_RINGING, 1u);
   EXPECT_EQ(Events::STATE_SEIZED, 2u);
@@ -64,4 +63,4 @@ TEST(SipStackEvents, StatesHaveTheirNumbers) {
 }
 
 }  // namespace
-}  // namespace hark
+}  // namespace hark::test

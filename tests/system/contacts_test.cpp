@@ -99,7 +99,7 @@ TEST_F(Contacts, OfNobodyAndUnchangedOnesDoNothing) {
 }
 
 TEST_F(Contacts, AllSourcesOfAPinRing) {
-  station.write_sources(std::string(kFar) + "\nquillnet:239.192.0.22;gpio=2;gpiol=1\n");
+  Replace("etc/Orfe/hark/hark_sources", std::string(kFar) + "\nquillnet:239.192.0.22;gpio=2;gpiol=1\n");
   Far("GPO 3 Lhhhh");
   EXPECT_TRUE(Reported("LISTEN:R"));
   EXPECT_TRUE(client.expect_line("CALL URL:\"quillnet:239.192.0.22;gpio=2;gpiol=1\" LISTEN:R"))

@@ -157,6 +157,7 @@ TEST_F(Announcement, GetsAnotherNameWhenItsOwnIsTaken) {
   NetStation a(net, 2);
   const Witness witness(watcher);
   const Program taken = watcher.publish({.name = "IC 000002"});
+  ASSERT_TRUE(witness.wait_there("IC 000002"));
   Desk desk;
   Boot(a, desk);
   EXPECT_TRUE(witness.wait_there("IC 000002 #2"));
@@ -177,7 +178,7 @@ TEST_F(Announcement, IsTakenBackAtTheEnd) {
   ASSERT_TRUE(a.wait_entry("IC 000002", a.own_entry()));
   EXPECT_EQ(a.station.terminate(), 0);
   // The record itself would live for more than an hour.
-  EXPECT_TRUE(witness.wait_gone("IC 000002", 3'000));
+  EXPECT_TRUE(witness.wait_gone("IC 000002"));
   EXPECT_EQ(a.table(), "");
   EXPECT_TRUE(a.station.ends_clean());
 }
@@ -190,7 +191,7 @@ TEST_F(Announcement, IsTakenBackForAStationThatWasKilled) {
   ASSERT_TRUE(witness.wait_there("IC 000002"));
   a.station.send_signal(SIGKILL);
   ASSERT_EQ(a.station.wait_exit(), 128 + SIGKILL);
-  EXPECT_TRUE(witness.wait_gone("IC 000002", 3'000));
+  EXPECT_TRUE(witness.wait_gone("IC 000002"));
   // Started again it is there again, and has forgotten nothing.
   ASSERT_TRUE(a.station.start());
   Desk again;

@@ -40,7 +40,7 @@ class LostDaemon : public DiscoveryTest {
 
 TEST_F(LostDaemon, IsFoundWhenItStartsLater) {
   Start(a, desk);
-  EXPECT_LT(desk.answer_ms(), 1'000);
+  EXPECT_LT(desk.answer_ms(), kNotHeldUpMs);
   EXPECT_EQ(a.log_count("mdns reconnected"), 0);
   ASSERT_TRUE(a.host.start_discovery());
   EXPECT_TRUE(WellAgain());
@@ -52,7 +52,7 @@ TEST_F(LostDaemon, IsFoundWhenItStartsLater) {
 TEST_F(LostDaemon, IsFoundWhenTheBusWasThereBefore) {
   ASSERT_TRUE(a.host.start_bus());
   Start(a, desk);
-  EXPECT_LT(desk.answer_ms(), 1'000);
+  EXPECT_LT(desk.answer_ms(), kNotHeldUpMs);
   ASSERT_TRUE(a.host.start_avahi());
   EXPECT_TRUE(WellAgain());
   EXPECT_TRUE(a.station.ends_clean());
@@ -90,7 +90,7 @@ TEST_F(LostDaemon, IsFoundAgainAfterTheBusWasKilled) {
   a.host.kill_bus();
   EXPECT_TRUE(a.logged("mdns failure"));
   EXPECT_TRUE(wait_until([&] { return a.table().empty(); })) << a.table();
-  EXPECT_LT(desk.answer_ms(), 1'000);
+  EXPECT_LT(desk.answer_ms(), kNotHeldUpMs);
   a.host.kill_avahi();
   ASSERT_TRUE(a.host.start_discovery());
   EXPECT_TRUE(WellAgain());
@@ -224,8 +224,9 @@ TEST_F(LostDaemon, IsTriedAgainAfterPausesThatDouble) {
   double least = 1;
   for (std::size_t i = 0; i < 4; ++i, least *= 2) {
     SCOPED_TRACE(i);
-    EXPECT_GT(bus.pauses()[i], least - 0.1);
-    EXPECT_LT(bus.pauses()[i], least + 1);  // a try on a loaded machine takes its time
+    // Half of it and twice as much are for a loaded machine, on which a try takes its time and is seen late.
+    EXPECT_GT(bus.pauses()[i], least / 2);
+    EXPECT_LT(bus.pauses()[i], least * 2);
   }
   EXPECT_EQ(a.log_count("mdns reconnected"), 0);
   EXPECT_TRUE(a.station.ends_clean());

@@ -45,7 +45,7 @@ class ManyStations : public DiscoveryTest {
 
 TEST_F(ManyStations, AreAllFound) {
   constexpr int kCount = 500;
-  constexpr int kLimitMs = 60'000;
+  constexpr int kLimitMs = 120'000;
   Host others(net, 3);
   Announce(others, 0, kCount);
   Boot(a, desk);
@@ -56,7 +56,7 @@ TEST_F(ManyStations, AreAllFound) {
   Report("all");
   EXPECT_LT(a.station.open_fds(), descriptors + 20);
   EXPECT_EQ(a.threads(), 1);
-  EXPECT_LT(desk.answer_ms(), 1'000);
+  EXPECT_LT(desk.answer_ms(), kNotHeldUpMs);
   // They all go at once.
   others.stop_avahi();
   EXPECT_TRUE(a.wait_found(1, kLimitMs));
@@ -84,7 +84,7 @@ TEST_F(ManyStations, AreFoundAgainAfterAHundredRestartsOfTheDaemon) {
       const auto come_back = [&] {
         return a.log_count("mdns reconnected") > reconnected && Complete(kCount, "10.77.0.3") >= i / 2;
       };
-      if (wait_until(come_back, 2'000)) ++waited_for;
+      if (wait_until(come_back, 4'000)) ++waited_for;
     } else {
       (void)wait_until([&] { return a.host.avahi().said("Network interface enumeration completed"); }, 200);
     }
@@ -98,7 +98,7 @@ TEST_F(ManyStations, AreFoundAgainAfterAHundredRestartsOfTheDaemon) {
   EXPECT_GT(a.log_count("mdns failure"), kRestarts / 4);
   EXPECT_GT(waited_for, kRestarts / 10) << "the daemon never lived long enough";
   std::cout << waited_for << " times the stations were back before the next restart\n";
-  EXPECT_LT(desk.answer_ms(), 3'500);
+  EXPECT_LT(desk.answer_ms(), kHeldUpOnceMs);
   EXPECT_TRUE(a.station.ends_clean());
 }
 

@@ -102,7 +102,7 @@ TEST_F(Limits, SixFormerConnectionsDoNot) {
 
 TEST_F(Limits, TurningAwayCostsNothing) {
   ConnectMany("127.0.0.11", kPerHost);
-  const int descriptors = station.open_fds();
+  const int descriptors = settled_descriptors(station, clients.back());
   for (int i = 0; i < 20; ++i)
     ExpectTurnedAway(Connect("127.0.0.11"), kTooManyFromHost);
   EXPECT_TRUE(wait_until([&] { return station.open_fds() == descriptors; }));
@@ -132,7 +132,8 @@ TEST_F(Limits, ComingAndGoingIsLoggedWithPortAndSocket) {
   // The port as it stands in the record, in network order; users' log readers count on it.
   EXPECT_TRUE(Logged("]: connected 127.0.0.11:" + std::to_string(own.sin_port) + ", connection id: "));
   const std::string log = station.stderr_text();
-  const std::string id = log.substr(log.find("connection id: ") + 15);
+  const std::string behind = log.substr(log.find("connection id: ") + 15);
+  const std::string id = behind.substr(0, behind.find('\n') + 1);
   CloseAll();
   EXPECT_TRUE(Logged("]: disconnected connection id: " + id));
   EXPECT_TRUE(Traced("harkd: connection closed ("));

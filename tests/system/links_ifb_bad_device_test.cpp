@@ -18,7 +18,7 @@ class BadDevice : public Links {
   void SetUp() override {
     Links::SetUp();
     ASSERT_TRUE(device->set_address(3, kBefore));
-    descriptors = station.open_fds();
+    descriptors = settled_descriptors(station, client);
   }
   // The talk has been asked for, and is not confirmed.
   void CallInVain(const std::string& what) {

@@ -23,7 +23,7 @@ TEST_F(IfbLinks, OfOneDeviceShareItsConnection) {
   FarDeviceSim device({.addresses = {{1, Before(1)}, {2, Before(2)}}});
   const std::string first = ifb_url(device, 1);
   const std::string second = ifb_url(device, 2);
-  const int descriptors = station.open_fds();
+  const int descriptors = settled_descriptors(station, client);
   TalkTo(first);
   TalkToAmongOthers(second);
   EXPECT_EQ(device->connections(), 1);
@@ -79,7 +79,7 @@ TEST_F(IfbLinks, AllTalkLinesOnEightDevicesAtOnce) {
     return testing::AssertionSuccess();
   };
 
-  const int descriptors = station.open_fds();
+  const int descriptors = settled_descriptors(station, client);
   for (const std::string& url : urls) {
     Call(url, "TALK:1");
     while (listener.has_line())

@@ -12,6 +12,8 @@
 namespace hark::test {
 namespace {
 
+using testing::Contains;
+using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr int kSyslogPort = 514;
@@ -55,10 +57,17 @@ class Log : public StationTest {
     }
     return count;
   }
+  // What came, less the warnings of a station on a loaded machine.
+  [[nodiscard]] Lines Came() const {
+    Lines came = server->datagrams();
+    std::erase_if(came,
+                  [](const std::string& text) { return text.find("]: GPIO scan ") != std::string::npos; });
+    return came;
+  }
   // Replaces the file; its time differs by whole seconds, as it does when a person edits it.
   void Reconfigure(const std::string& text) {
     const auto old = std::filesystem::last_write_time(station.root().file(kParams));
-    station.root().write(kParams, text);
+    Replace(kParams, text);
     std::filesystem::last_write_time(station.root().file(kParams), old + std::chrono::seconds(5));
   }
 
@@ -71,10 +80,10 @@ TEST_F(Log, DatagramsHavePriorityHostProgramAndMessage) {
   station.write_log_params(server_address, 5);
   Start();
   Client client = Connect();
-  ASSERT_TRUE(server->wait_for("connected 127.0.0.1:"));
-  EXPECT_THAT(server->datagrams().back(),
-              MatchesRegex("<13> " + Host() + " harkd\\[" + std::to_string(station.pid()) +
-                           "\\]: connected 127\\.0\\.0\\.1:[0-9]+, connection id: [0-9]+"))
+  ASSERT_TRUE(server->wait_for("]: connected 127.0.0.1:"));
+  EXPECT_THAT(server->datagrams(),
+              Contains(MatchesRegex("<13> " + Host() + " harkd\\[" + std::to_string(station.pid()) +
+                                    "\\]: connected 127\\.0\\.0\\.1:[0-9]+, connection id: [0-9]+")))
       << "no line end";
   EXPECT_TRUE(server->wait_for("<11> ")) << "level 3: no settings file";
   EXPECT_EQ(station.terminate(), 0);
@@ -83,7 +92,7 @@ TEST_F(Log, DatagramsHavePriorityHostProgramAndMessage) {
 
 TEST_F(Log, LevelFiveIsTheMostWithoutALevel) {
   Start();
-  station.root().write(kParams, "SyslogServer_IPaddr " + server_address + "\nUnknown key\n");
+  Replace(kParams, "SyslogServer_IPaddr " + server_address + "\nUnknown key\n");
   ASSERT_TRUE(sim->send("SUPV CONSOLE_IP:127.0.0.1:1"));  // logged at level 6
   ASSERT_TRUE(Traced("harkd reconnect to 127.0.0.1:1\n"));
   ComeAndGo();
@@ -106,7 +115,7 @@ TEST_F(Log, ChangedFileCountsFromTheNextMessageOn) {
   station.write_log_params("0.0.0.0", 5);
   Start();
   ComeAndGo();
-  EXPECT_TRUE(server->datagrams().empty());
+  EXPECT_THAT(Came(), IsEmpty());
   Reconfigure("SyslogServer_IPaddr " + server_address + "\n");
   ComeAndGo();
   EXPECT_TRUE(server->wait_for("disconnected connection id: "));
@@ -116,10 +125,10 @@ TEST_F(Log, ChangedFileCountsFromTheNextMessageOn) {
   std::filesystem::last_write_time(station.root().file(kParams),
                                    std::filesystem::file_time_type::clock::now() + std::chrono::seconds(60));
   ComeAndGo();
-  EXPECT_TRUE(server->datagrams().empty());
+  EXPECT_THAT(Came(), IsEmpty());
   Reconfigure("SyslogServer_SeverityLevel 0x4\nSyslogServer_IPaddr " + server_address + "\n");
   ComeAndGo();
-  EXPECT_TRUE(server->datagrams().empty()) << "level 5 does not pass 4";
+  EXPECT_THAT(Came(), IsEmpty()) << "level 5 does not pass 4";
   ExpectLog("]: ");
 }
 

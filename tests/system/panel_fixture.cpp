@@ -1,7 +1,6 @@
 #include "system/panel_fixture.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace hark::test {
 namespace {
@@ -205,11 +204,6 @@ void PanelTest::OtherWorks() {
   EXPECT_TRUE(other.wait_indicator("KL02", "On"));
   other.hold("KL02");
   EXPECT_TRUE(other.wait_indicator("KL02", "Off"));
-}
-
-void PanelTest::Replace(const std::string& name, const std::string& text) const {
-  station.root().write(name + ".new", text);
-  EXPECT_EQ(std::rename(station.root().file(name + ".new").c_str(), station.root().file(name).c_str()), 0);
 }
 
 Lines PanelTest::CallList() {

@@ -147,8 +147,6 @@ class PanelTest : public StationTest {
   void StartWithTwoPanels();
   // `other` makes a call and ends it, whatever went on beside it.
   void OtherWorks();
-  // Puts a whole new file in place of the one that is there, as a careful program does.
-  void Replace(const std::string& name, const std::string& text) const;
   [[nodiscard]] std::string Channels() const { return station.root().read(kChannelFile); }
   [[nodiscard]] testing::AssertionResult MixerGets(const std::string& command) const {
     return sim.wait_received("set hark#1." + command);

@@ -57,6 +57,7 @@ TEST_F(Panels, GoodRangesOfKeysAttach) {
 TEST_F(Panels, OneThatSubscribedToPanelsLeavesWithoutAWordInTheLog) {
   ASSERT_TRUE(client.send_line("SUB HARKUI"));
   EXPECT_THAT(replies(client, "ATTACH HARKUI#p KEYS:\"1-5\""), ElementsAre(Told("add", "p", client, "1-5")));
+  let_it_settle(client);
   client.close();
   Client other = Connect();
   EXPECT_TRUE(wait_until([&] { return UiList().empty(); }));

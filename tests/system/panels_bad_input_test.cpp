@@ -72,7 +72,7 @@ class BadInput : public PanelTest {
  protected:
   void SetUp() override {
     StartWithTwoPanels();
-    descriptors = station.open_fds();
+    descriptors = settled_descriptors(station, client);
   }
   int descriptors = 0;
 };

@@ -57,7 +57,7 @@ TEST_F(PanelsComeAndGo, PanelMayAttachAgainWithOtherKeys) {
 TEST_F(PanelsComeAndGo, ResetInTheMidstOfItsTextEndsThePanelAlone) {
   ExpectLog("send failed");  // what the station had to say may find nobody
   ExpectLog("Shut.");
-  const int descriptors = station.open_fds();
+  const int descriptors = settled_descriptors(station, client);
   for (int i = 0; i < 20; ++i) {
     Client visitor = Connect("127.0.6." + std::to_string(i % 5 + 1));
     ASSERT_TRUE(visitor.send_raw("ATTACH HARKUI#visitor KEYS:\"1-90\"\r\nHARKUI#visitor.BUT#KL02 KEY=DO"));

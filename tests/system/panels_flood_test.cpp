@@ -21,7 +21,7 @@ class PanelFlood : public PanelTest {
  protected:
   void SetUp() override {
     StartWithTwoPanels();
-    descriptors = station.open_fds();
+    descriptors = settled_descriptors(station, client);
   }
   int descriptors = 0;
 };

@@ -70,7 +70,7 @@ TEST_F(Sigterm, WithCallsAndPanels) {
   Client client = Connect();
   EXPECT_THAT(answers(client, "CALL URL:\"quillnet:239.192.0.10\" LISTEN:1 TALK:1"), testing::ElementsAre());
   EXPECT_THAT(replies(client, "ATTACH HARKUI#p KEYS:\"1-20\""), testing::ElementsAre());
-  EXPECT_THAT(answers(client, "GPO 1 LLLLL DURATION:60000"), testing::ElementsAre());
+  EXPECT_THAT(replies(client, "GPO 1 LLLLL DURATION:60000"), testing::ElementsAre());
   ASSERT_TRUE(sim.wait_received("set hark#1.sub#1.in#1 src_id=\"239.192.0.10\", gain=0"));
   EXPECT_EQ(station.terminate(), 0);
   EXPECT_TRUE(client.wait_closed());

@@ -49,7 +49,7 @@ class SlowReaders : public StationTest {
 };
 
 TEST_F(SlowReaders, WhoNeverReadsIsDroppedAndTheOthersAreServed) {
-  const int descriptors = station.open_fds();
+  const int descriptors = settled_descriptors(station, sender);
   Client deaf = Subscriber("127.0.0.2", kSmallBuffer);
   Client good = Subscriber("127.0.0.3", 0);
   for (int i = 0; i < 200 && Dropped() == 0; ++i) {

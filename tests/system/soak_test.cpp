@@ -99,9 +99,8 @@ class Soak : public StationTest {
   void SetUp() override {
     ExpectLog("");  // whatever it says to all this
     StartReadyForCalls();
-    (void)Connect().ask("VER", kVersion);
-    ASSERT_TRUE(Logged("]: disconnected connection id: "));
-    descriptors = station.open_fds();
+    Client client = Connect();
+    descriptors = settled_descriptors(station, client) - 1;
   }
   void TearDown() override {
     Client client = Connect("127.0.7.99");

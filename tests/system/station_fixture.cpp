@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <sstream>
+#include <utility>
 
 namespace hark::test {
 namespace {
@@ -54,6 +56,17 @@ void let_it_settle(Client& client) {
     (void)answers(client, "#");
 }
 
+int settled_descriptors(const Station& station, Client& client) {
+  int before = -1;
+  int count = -1;
+  EXPECT_TRUE(wait_until([&] {
+    let_it_settle(client);
+    before = std::exchange(count, station.open_fds());
+    return count == before;
+  }));
+  return count;
+}
+
 testing::AssertionResult ended_well(Station& station, const Lines& expected) {
   testing::AssertionResult clean = station.ends_clean();
   if (!clean) return clean;
@@ -85,13 +98,17 @@ void StationTest::Start() {
 void StationTest::StartReadyForCalls() {
   station.write_settings(kIdentity);
   Start();
-  ASSERT_TRUE(sim.wait_received("set hark#1.sub#1.sub_out src_id=\"\""));  // the last word of a start
 }
 
 Client StationTest::Connect(const std::string& source) const {
   Client client(station.ctrl_port(), source);
   EXPECT_TRUE(client.connected()) << "from " << source;
   return client;
+}
+
+void StationTest::Replace(const std::string& name, const std::string& text) const {
+  station.root().write(name + ".new", text);
+  EXPECT_EQ(std::rename(station.root().file(name + ".new").c_str(), station.root().file(name).c_str()), 0);
 }
 
 testing::AssertionResult StationTest::Logged(const std::string& text) const {

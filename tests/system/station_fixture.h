@@ -41,6 +41,10 @@ using Lines = std::vector<std::string>;
 // question and its answer take one, what follows from a command is done by the end of the same.
 void let_it_settle(Client& client);
 
+// The descriptors that the station has open between its turns, that of `client` among them: once the start is
+// over and while no file is being read.
+[[nodiscard]] int settled_descriptors(const Station& station, Client& client);
+
 // The station ended with status 0 and left nothing behind, and each line of its log is a daily one or holds
 // one of `expected`.
 [[nodiscard]] testing::AssertionResult ended_well(Station& station, const Lines& expected = {});
@@ -52,12 +56,15 @@ class StationTest : public testing::Test {
   StationTest(StationOptions options, quillsim::SimOptions sim_options);
   void TearDown() override;
 
-  // Starts the station and waits until it has made its mixer.
+  // Starts the station and waits until it has made its mixer, and told it of its sources.
   void Start();
   // The same with a name and a source, so that it can make calls.
   void StartReadyForCalls();
   // A client that is connected, from the address `source`.
   [[nodiscard]] Client Connect(const std::string& source = "127.0.0.1") const;
+  // Puts a whole new file in place of the one that is there, as a careful program does: a station that runs
+  // never reads half of it.
+  void Replace(const std::string& name, const std::string& text) const;
   // A line of the log with this part is expected.
   void ExpectLog(std::string part) { expected_log_.push_back(std::move(part)); }
   // Waits until the log, or a trace on stdout, holds the text.

@@ -11,7 +11,7 @@ namespace hark::test {
 
 inline constexpr double kLongestCall = 3;
 // For calls that do not wait for the daemon.
-inline constexpr double kAtOnce = 0.5;
+inline constexpr double kAtOnce = 0.9;
 
 class LostTest : public DnssdTest {
  protected:

@@ -15,6 +15,10 @@
 
 namespace hark::test {
 
+// Whom a DNS-SD daemon holds up has lost 2 s before he gives up on it; the rest is for a loaded machine.
+inline constexpr int kNotHeldUpMs = 1'900;
+inline constexpr int kHeldUpOnceMs = 3'900;
+
 class DiscoveryTest : public testing::Test {
  protected:
   void SetUp() override;

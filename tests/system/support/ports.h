@@ -1,5 +1,6 @@
 // Free port numbers for the stations and peers of a test. They lie below the kernel's own range for outgoing
-// connections, so that no connection of another test takes one between the choice and its use.
+// connections, so that no connection of another test takes one between the choice and its use, and no other
+// process is given one while this one runs.
 #pragma once
 
 #include <string>

@@ -3,6 +3,13 @@
 #include <algorithm>
 
 namespace hark::test {
+namespace {
+
+// What a station tells of a mixer that it has just made begins and ends with these.
+constexpr char kFirstOfMixer[] = "create vmix2 ";
+constexpr char kLastOfMixer[] = "set hark#1.sub#1.sub_out src_id=";
+
+}  // namespace
 
 RoutingSim::RoutingSim(quillsim::SimOptions options, std::string address, int port)
     : sim_(std::move(options)), address_(std::move(address)), port_(sim_.listen(address_, port)) {}
@@ -27,8 +34,18 @@ testing::AssertionResult RoutingSim::wait_received(const std::string& line, int 
 }
 
 testing::AssertionResult RoutingSim::wait_mixer(int timeout_ms) const {
-  if (wait_until([&] { return sim_.mixer().created(); }, timeout_ms)) return testing::AssertionSuccess();
+  if (wait_until([&] { return mixer_is_told(); }, timeout_ms)) return testing::AssertionSuccess();
   return testing::AssertionFailure() << (sim_.connected() ? "station made no mixer" : "no station connected");
+}
+
+bool RoutingSim::mixer_is_told() const {
+  if (!sim_.mixer().created()) return false;
+  const auto& lines = sim_.received();
+  const auto begins = [](const char* start) {
+    return [start](const std::string& line) { return line.starts_with(start); };
+  };
+  const auto made = std::find_if(lines.rbegin(), lines.rend(), begins(kFirstOfMixer));
+  return made != lines.rend() && std::any_of(lines.rbegin(), made, begins(kLastOfMixer));
 }
 
 testing::AssertionResult RoutingSim::refused_nothing() const {

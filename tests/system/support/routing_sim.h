@@ -31,7 +31,8 @@ class RoutingSim : public Pumped {
   // Waits for a line that the station sends, exactly; it may have come already.
   [[nodiscard]] testing::AssertionResult wait_received(const std::string& line,
                                                        int timeout_ms = kWaitMs) const;
-  // Waits until the station is connected and has made its mixer.
+  // Waits until the station is connected, has made its mixer, and has told it all that there is to tell at
+  // the start.
   [[nodiscard]] testing::AssertionResult wait_mixer(int timeout_ms = kWaitMs) const;
   // Whether every command of the station was well formed.
   [[nodiscard]] testing::AssertionResult refused_nothing() const;
@@ -40,6 +41,8 @@ class RoutingSim : public Pumped {
   void serve(const fd_set& read, const fd_set& write) override { sim_.serve(read, write); }
 
  private:
+  [[nodiscard]] bool mixer_is_told() const;
+
   quillsim::Sim sim_;
   std::string address_;
   int port_;
