@@ -19,12 +19,13 @@ struct PeerName {
   Peer peer;
 };
 
-constexpr std::array<PeerName, 6> kPeers{{{"routing", Peer::kRouting},
+constexpr std::array<PeerName, 7> kPeers{{{"routing", Peer::kRouting},
                                           {"console", Peer::kConsole},
                                           {"far", Peer::kFar},
                                           {"group", Peer::kGroup},
                                           {"station", Peer::kStation},
-                                          {"log", Peer::kLog}}};
+                                          {"log", Peer::kLog},
+                                          {"B", Peer::kFarStation}}};
 constexpr std::string_view kEnds = "SIGTERM";
 
 // A number at the start of `text`, which is cut off.

@@ -21,6 +21,7 @@
 //   group> text        this datagram is sent to the stations at the control group
 //   group< text        the station sends this one there, others before it
 //   station> SIGTERM   the station is ended, with status 0
+//   B> text            a client of the other station, Studio B, sends this line; B< text: it comes back there
 //   log< text          a line of the station's log ends so, others before it
 //   < ...              lines that are not shown, as far as the next one that is; 2< and console< likewise
 //
@@ -35,7 +36,7 @@
 
 namespace hark::test {
 
-enum class Peer { kClient, kRouting, kConsole, kFar, kGroup, kStation, kLog };
+enum class Peer { kClient, kRouting, kConsole, kFar, kGroup, kStation, kLog, kFarStation };
 enum class Action { kSend, kExpect, kExpectRepeated, kConnect };
 
 struct Step {

@@ -56,6 +56,8 @@ TEST(Documents, ReadEveryKindOfStep) {
       {"17< [closed]", Peer::kClient, Action::kExpect, 17, 17, "[closed]"},
       {"2+", Peer::kClient, Action::kConnect, 2, 2, ""},
       {"2-7+ 127.0.0.2", Peer::kClient, Action::kConnect, 2, 7, "127.0.0.2"},
+      {"B> CALL", Peer::kFarStation, Action::kSend, 1, 1, "CALL"},
+      {"B~ BEGIN", Peer::kFarStation, Action::kExpect, 1, 1, "BEGIN"},
       {"routing> GPO 2 L", Peer::kRouting, Action::kSend, 1, 1, "GPO 2 L"},
       {"routing< set x", Peer::kRouting, Action::kExpect, 1, 1, "set x"},
       {"console> EVENT x", Peer::kConsole, Action::kSend, 1, 1, "EVENT x"},

@@ -13,6 +13,7 @@
 #include <optional>
 #include <utility>
 
+#include "docs/far_station.h"
 #include "docs/link_peers.h"
 #include "system/support/client.h"
 #include "system/support/fake_console.h"
@@ -32,13 +33,16 @@ constexpr char kClosed[] = "[closed]";
 constexpr char kPing[] = "VER";
 constexpr char kPong[] = "VER SVER:1.3.6.4 HARK:1 NSRC:2 NGPI:9 NGPO:9\r\n";
 
-quillsim::SimOptions sim_options() {
+// Name and source come from the routing daemon. A station that calls others has them from its settings: a
+// name that is new to it would end its first calls.
+quillsim::SimOptions sim_options(const Example& example) {
   quillsim::SimOptions options;
-  options.greeting = {kLabelLine, kSourceLine};
+  if (!has_far_station(example)) options.greeting = {kLabelLine, kSourceLine};
   return options;
 }
 
-StationOptions station_options(int routing_port) {
+StationOptions station_options(const Example& example, int routing_port) {
+  if (has_far_station(example)) return calling_station(call_address(false), routing_port);
   StationOptions options;
   options.routing_port = routing_port;
   return options;
@@ -55,7 +59,12 @@ int local_port(const Client& client) {
 class ExampleRun {
  public:
   explicit ExampleRun(const Example& example)
-      : example_(example), sim_(sim_options()), links_(example), station_(station_options(sim_.port())) {}
+      : example_(example),
+        sim_(sim_options(example)),
+        links_(example),
+        station_(station_options(example, sim_.port())) {
+    if (has_far_station(example)) far_station_ = std::make_unique<FarStation>();
+  }
 
   testing::AssertionResult start();
   testing::AssertionResult run(const Step& step);
@@ -94,6 +103,7 @@ class ExampleRun {
   RoutingSim sim_;
   LinkPeers links_;
   Station station_;
+  std::unique_ptr<FarStation> far_station_;  // null in an example without one
   std::array<Client, kMaxExampleConnections> clients_;
   std::array<bool, kMaxExampleConnections> skips_{};  // lines that are not shown may come
   bool console_skips_ = false;
@@ -110,7 +120,11 @@ class ExampleRun {
 testing::AssertionResult ExampleRun::start() {
   station_.write_sources(kSources);
   for (const File& file : example_.files)
-    station_.root().write(file.path, file.text);
+    station_.root().write(file.path, filled(file.text, 1));
+  if (far_station_) {
+    station_.write_settings(std::string(kLabelLine) + "\n" + kSourceReadBack + "\n");
+    if (auto started = far_station_->start(); !started) return started;
+  }
   if (auto started = station_.start(); !started) return started;
   if (auto mixer = sim_.wait_mixer(); !mixer) return mixer;
   Client probe(station_.ctrl_port());
@@ -150,6 +164,8 @@ testing::AssertionResult ExampleRun::run(const Step& step) {
       return station_step();
     case Peer::kLog:
       return log_step(step);
+    case Peer::kFarStation:
+      return far_station_->run(step, filled(step.text, 1));
     case Peer::kClient:
       break;
   }
@@ -323,6 +339,9 @@ testing::AssertionResult ExampleRun::all_shown() {
   // The console first: what it has sent may reach the clients.
   if (auto shown = console_shown_all(); !shown) return shown;
   if (auto shown = links_.shown_all(); !shown) return shown;
+  if (far_station_) {
+    if (auto shown = far_station_->shown_all(); !shown) return shown;
+  }
   for (int connection = 1; connection <= kMaxExampleConnections; ++connection) {
     if (!client(connection).connected()) continue;
     if (auto shown = client_shown_all(connection); !shown) return shown;
@@ -333,7 +352,7 @@ testing::AssertionResult ExampleRun::all_shown() {
 testing::AssertionResult ExampleRun::files_are_saved() {
   for (const File& file : example_.saved) {
     const std::string text = station_.root().read(file.path);
-    if (text == file.text) continue;
+    if (text == filled(file.text, 1)) continue;
     return testing::AssertionFailure() << file.path << " of line " << file.line << " holds\n" << text;
   }
   return testing::AssertionSuccess();
@@ -347,17 +366,20 @@ testing::AssertionResult ExampleRun::finish() {
   }
   if (auto saved = files_are_saved(); !saved) return saved;
   if (auto sound = sim_.refused_nothing(); !sound) return sound;
-  return station_.ends_clean();
+  if (auto ended = station_.ends_clean(); !ended || !far_station_) return ended;
+  return far_station_->finish();
 }
 
 // What may stand in braces: {port}, {port2}: the client's own port, of this connection or of the one named;
-// {console}, {far}: the port of the console, of the foreign device; {host}: the machine's name; {blank}: a
-// blank, at the end of a line; {x81}: a byte that is no text; {9 times x}: as many of them.
+// {console}, {far}: the port of the console, of the foreign device; {a}, {b}: the addresses of the station
+// and of the other one; {host}: the machine's name; {blank}: a blank, at the end of a line; {x81}: a byte
+// that is no text; {9 times x}: as many of them.
 std::optional<std::string> ExampleRun::value_of(std::string_view name, int connection) {
   constexpr std::string_view kPort = "port";
   if (name == "blank") return " ";
   if (name == "console") return std::to_string(console().port());
   if (name == "far") return std::to_string(links_.far_port());
+  if (name == "a" || name == "b") return call_address(name == "b");
   if (name == "host") {
     std::array<char, 256> host{};
     (void)::gethostname(host.data(), host.size() - 1);

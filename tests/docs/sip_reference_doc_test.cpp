@@ -188,10 +188,9 @@ TEST_F(SipReference, TellsWhatBecomesOfAnIpv6HostInAVia) {
                    Text(msg, CPSIP_FLD_VIA_PORT) + "`"));
 }
 
-TEST_F(SipReference, IsLedToAndTellsWhatIsNotBuilt) {
+TEST_F(SipReference, IsLedTo) {
   for (const char* name : {"README.md", "docs/architecture.md", "docs/control-port.md"})
-    EXPECT_NE(read_source(name).find("sip.md)"), std::string::npos) << name;
-  EXPECT_TRUE(Says("no socket is open, there are no transactions, no dialogs, no registration"));
+    EXPECT_NE(read_source(name).find("sip.md"), std::string::npos) << name;
   EXPECT_NE(read_source("bench/README.md").find("(sip/README.md)"), std::string::npos);
 }
 
