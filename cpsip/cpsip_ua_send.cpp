@@ -53,7 +53,7 @@ int cpsip_ua_send(cpsip_dlog_cb& dialog, cpsip_msg_ptr taken) {
   }
   const int step = response ? cpsip_ua_send_response(dialog, msg) : cpsip_ua_send_request(dialog, msg);
   // What is not sent is no offer and no answer.
-  if (step == kUaWrongState && msg->method == cpsip_method::invite) dialog.sdp_state = sdp_state;
+  if (step == kUaWrongState) dialog.sdp_state = sdp_state;
   if (step != kUaOk) return result_of(step);
   if (dialog.is_gone()) return kUaBadNextHop;
   const int result = cpsip_tact_send_msg(dialog, msg);

@@ -102,8 +102,8 @@ int answer_invite(cpsip_dlog_cb& dialog, const cpsip_msg_shared& msg) {
 }
 
 int refuse_invite(cpsip_dlog_cb& dialog, const cpsip_msg& msg) {
+  if (!cpsip_is_of_invite(msg)) return kUaOk;  // what else is refused in a call leaves its offer alone
   dialog.sdp_state = SDP_IDLE;
-  if (!cpsip_is_of_invite(msg)) return kUaOk;
   if (dialog.state == DLG_INVITE_RECEIVED) dialog.state = DLG_ENDED;
   if (dialog.sub_state != DLG_ENDED) dialog.sub_state = DLG_IDLE;
   return kUaOk;

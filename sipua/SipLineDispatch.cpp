@@ -101,7 +101,8 @@ int SipLine::Requests::OnInvite(SipLine& line, SipMsg& msg) {
     bogus_print("  -- No common codecs!\n");
     return line.SendResponse(488, "No common codec", msg.GetDialogId()) ? 1 : 0;
   }
-  if (!turn.IsStill()) return 1;
+  // The line was taken for something else inside the event.
+  if (!turn.IsStill()) return line.SendResponse(486, "Busy here", msg.GetDialogId()) ? 1 : 0;
   if (line.m_bAutoConnect) {
     line.SetState(Events::STATE_CONNECTED);
     return line.SendResponse(200, "OK", line.m_hSipDialogId) ? 1 : 0;
