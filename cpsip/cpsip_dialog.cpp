@@ -1,5 +1,8 @@
 #include "cpsip/cpsip_dialog.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <functional>
 
 #include "cpsip/cpapp.h"
@@ -16,9 +19,19 @@ constexpr cpapp_module kHere = cpapp_module::cpsip_service;
 struct Counts {
   std::size_t dialogs = 0;
   std::size_t transactions = 0;
+  std::size_t most_dialogs = 0;  // since there was none
   std::uint64_t last_number = 0;
 };
 Counts g_counts;
+
+// What a flood, or a busy hour, has made the heap grow to goes back to the system once it is over: nothing
+// else in this process wants that much.
+void give_back_memory() {
+  static constexpr std::size_t kManyDialogs = 512;
+  if (g_counts.dialogs != 0) return;
+  if (g_counts.most_dialogs >= kManyDialogs) (void)::malloc_trim(0);
+  g_counts.most_dialogs = 0;
+}
 
 std::uint64_t key_of(std::string_view call_id, std::string_view tag) {
   const std::hash<std::string_view> hash;
@@ -65,7 +78,7 @@ cpsip_dlog_ptr cpsip_serv_create_dlog_cb(cpsip_serv_cb& service) {
   dialog->number = ++g_counts.last_number;
   dialog->place = service.dialogs.insert(service.dialogs.end(), dialog);
   service.by_handle.emplace(dialog.get(), dialog.get());
-  ++g_counts.dialogs;
+  g_counts.most_dialogs = std::max(g_counts.most_dialogs, ++g_counts.dialogs);
   return dialog;
 }
 
@@ -93,6 +106,7 @@ int cpsip_serv_delete_dlog_cb(cpsip_dlog_cb& dialog) {
   status->status_code = kStatusDialogDeleted;
   status->app_dialog_id = dialog.app_dialog_id;
   service.callback(service.app_serv_id, status.get(), &dialog);
+  give_back_memory();
   return 0;
 }
 
