@@ -3,7 +3,6 @@
 // cpsip_timer.h.
 #pragma once
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -72,8 +71,10 @@ enum cpsip_local_status : std::uint16_t {
   kStatusDialogDeleted = 999,
 };
 
-// The value of a dialog handle that asks for a new dialog.
-[[nodiscard]] inline void* cpsip_new_dialog() { return std::bit_cast<void*>(std::uintptr_t{1}); }
+// The value of a dialog handle that asks for a new dialog: 1, which no dialog's address is.
+[[nodiscard]] inline void* cpsip_new_dialog() {
+  return reinterpret_cast<void*>(std::uintptr_t{1});  // NOLINT(performance-no-int-to-ptr)
+}
 
 // Starts the stack, with no service. Services, dialogs and timers of an earlier start are forgotten without a
 // callback. 0.
