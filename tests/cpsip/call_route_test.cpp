@@ -146,5 +146,23 @@ TEST_F(CallRouteTest, MessageThatWaitsGoesWithItsDialog) {
   EXPECT_EQ(cpsip_snd_waiting(), 0U);
 }
 
+// RFC 3261 18.1.1 wants a stream above 1300 bytes. The message is queued for one, and leaves by UDP.
+TEST_F(CallRouteTest, MessageAbove1300BytesIsMeantForAStream) {
+  EXPECT_EQ(cpsip_net_transport_for(0), cpsip_transport_kind::udp);
+  EXPECT_EQ(cpsip_net_transport_for(1300), cpsip_transport_kind::udp);
+  EXPECT_EQ(cpsip_net_transport_for(1301), cpsip_transport_kind::tcp);
+}
+
+TEST_F(CallRouteTest, SubscriptionOfADialogIsMadeOnceAndDeletedOnce) {
+  (void)Invite();
+  ASSERT_NE(Dialog(), nullptr);
+  EXPECT_EQ(cpsip_serv_delete_notify_cb(*Dialog()), kServBadDialog);
+  cpsip_notify_cb& made = cpsip_serv_create_notify_cb(*Dialog());
+  EXPECT_EQ(&cpsip_serv_create_notify_cb(*Dialog()), &made);
+  EXPECT_EQ(made.state, 3U);
+  EXPECT_EQ(cpsip_serv_delete_notify_cb(*Dialog()), 0);
+  EXPECT_EQ(Dialog()->notify_cb, nullptr);
+}
+
 }  // namespace
 }  // namespace hark::test
