@@ -14,14 +14,10 @@
 #include "base/clock.h"
 #include "panel/HarkUIProxyShared.h"
 #include "panel/HarkUI_CallstackMenu.h"
+#include "panel/panel_line.h"
 #include "panel/signature.h"
 
 namespace hark {
-
-// Bits of a key's `dfl`, as a network panel is told them.
-inline constexpr std::uint32_t kDflNoTalk = 1;
-inline constexpr std::uint32_t kDflHigherLevel = 2;    // the far end will not answer by itself: the key winks
-inline constexpr std::uint32_t kDflLatchedListen = 8;  // the panel opens the listen by itself
 
 class HarkUIProxy {
  public:
@@ -104,7 +100,6 @@ class HarkUIProxy {
   void lapse_source(TimeUs now);
   void flash_menu(TimeUs now);
 
-  [[nodiscard]] const char* strip_name(const char* text) const;
   void receive_key(Signature key, const char* values);
   void receive_fader(Signature fader, const char* values);
   void receive_display(Signature display, const char* values);

@@ -2,32 +2,18 @@
 #include "panel/HarkUIProxy.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <string_view>
 
 #include "base/clock.h"
 #include "base/text.h"
 #include "daemon/qnrlib/tagtext.h"
+#include "panel/panel_line.h"
 
 namespace hark {
 namespace {
 
-constexpr std::string_view kPanelObject = "HARKUI#";
-constexpr std::string_view kKeyObject = "BUT#";
-constexpr std::string_view kFaderObject = "FAD#";
-constexpr std::string_view kDisplayObject = "DISP#";
 constexpr std::string_view kShiftList = "SEL#SHIFT ";
-constexpr std::size_t kSignatureLength = 4;
-
-// What stands behind "name", a signature and a blank, with the signature read; null when the line is not so.
-const char* values_of(const char* text, std::string_view name, Signature& signature) {
-  if (!starts_with_nocase(text, name)) return nullptr;
-  const char* at = text + name.size();
-  if (std::strlen(at) <= kSignatureLength || at[kSignatureLength] != ' ') return nullptr;
-  signature = read_sig(at);
-  return at + kSignatureLength;
-}
 
 int level_of(const char* value) {
   return static_cast<int>(std::clamp<long>(qnr_vall(value), -kGainLimit, kGainLimit));
@@ -44,19 +30,8 @@ std::optional<Label> text_of(const char* values) {
 
 }  // namespace
 
-// What stands behind the panel's name, which may be left out. Null for a name that is not this panel's.
-// Kept: another panel's name of the same length is taken as this panel's; panels have relied on sending under
-// a name that they changed after they attached.
-const char* HarkUIProxy::strip_name(const char* text) const {
-  if (!starts_with_nocase(text, kPanelObject)) return text;
-  const char* name = text + kPanelObject.size();
-  if (std::strlen(name) <= id_.size()) return nullptr;
-  const bool is_own = id_.compare(0, id_.size(), name, id_.size()) == 0;
-  return is_own || name[id_.size()] == '.' ? name + id_.size() + 1 : nullptr;
-}
-
 void HarkUIProxy::harkui_receive(const char* text) {
-  const char* object = strip_name(text);
+  const char* object = behind_panel_name(text, id_);
   if (object == nullptr) return;
   if (starts_with_nocase(object, kShiftList)) {
     if (const std::optional<Label> label = text_of(object + kShiftList.size()))
@@ -64,9 +39,11 @@ void HarkUIProxy::harkui_receive(const char* text) {
     return;
   }
   Signature signature = 0;
-  if (const char* key = values_of(object, kKeyObject, signature)) return receive_key(signature, key);
-  if (const char* fader = values_of(object, kFaderObject, signature)) return receive_fader(signature, fader);
-  if (const char* display = values_of(object, kDisplayObject, signature)) receive_display(signature, display);
+  if (const char* key = object_values(object, kKeyObject, signature)) return receive_key(signature, key);
+  if (const char* fader = object_values(object, kFaderObject, signature))
+    return receive_fader(signature, fader);
+  if (const char* display = object_values(object, kDisplayObject, signature))
+    receive_display(signature, display);
 }
 
 void HarkUIProxy::receive_key(Signature key, const char* values) {

@@ -118,7 +118,7 @@ TEST_F(PanelReference, HasEveryFlagOfAKeyAndOfADisplay) {
     EXPECT_LT(document_.text.find("\n| " + value[0] + " | ", table), display) << name;
   }
   const std::vector<std::string> values =
-      all_between(read_source("panel/HarkUIProxy.h"), "std::uint32_t kDfl", ";");
+      all_between(read_source("panel/panel_line.h"), "std::uint32_t kDfl", ";");
   EXPECT_EQ(values.size(), 3U);
   for (const std::string& value : values) {
     const std::string row = "\n| " + value.substr(value.find("= ") + 2) + " | ";
