@@ -9,6 +9,7 @@ namespace hark::bench {
 
 struct Settings {
   std::string harkd;       // path of the daemon's program
+  std::string harkpanel;   // and of the browsers' gateway
   int calls = 2000;        // measured in each part
   int idle_s = 30;         // how long the idle daemon is watched
   int announcements = 10;  // measured between two stations
@@ -25,6 +26,10 @@ struct Settings {
 // The daemon as a process with all of its connections taken by panels: from a key to the mixer. False as
 // above.
 [[nodiscard]] bool panel_bench(const Settings& settings, Table& table);
+
+// The gateway between browsers and the daemon: from a key of a browser to the mixer, and memory by browsers.
+// False as above.
+[[nodiscard]] bool gateway_bench(const Settings& settings, Table& table);
 
 // The daemon's loop, by itself: a pass with nothing to do, and one that refreshes all labels. False as above.
 [[nodiscard]] bool loop_bench(Table& table);

@@ -1,6 +1,6 @@
-// `hark_bench HARKD [--calls N] [--idle SECONDS] [--announcements N] [--stations N]`: measures and prints one
-// table. Status 0 when everything was measured that can be here, whatever came out; 1 when something could
-// not be; 2 for a command line that is none.
+// `hark_bench HARKD HARKPANEL [--calls N] [--idle SECONDS] [--announcements N] [--stations N]`: measures and
+// prints one table. Status 0 when everything was measured that can be here, whatever came out; 1 when
+// something could not be; 2 for a command line that is none.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -13,7 +13,8 @@ namespace {
 
 int usage() {
   (void)std::fputs(
-      "usage: hark_bench HARKD [--calls N] [--idle SECONDS] [--announcements N] [--stations N]\n", stderr);
+      "usage: hark_bench HARKD HARKPANEL [--calls N] [--idle SECONDS] [--announcements N] [--stations N]\n",
+      stderr);
   return 2;
 }
 
@@ -32,9 +33,10 @@ constexpr std::array<Option, 4> kOptions{{
 
 int main(int argc, char** argv) {
   hark::bench::Settings settings;
-  if (argc < 2) return usage();
+  if (argc < 3) return usage();
   settings.harkd = argv[1];
-  for (int i = 2; i < argc; i += 2) {
+  settings.harkpanel = argv[2];
+  for (int i = 3; i < argc; i += 2) {
     const int value = i + 1 < argc ? std::atoi(argv[i + 1]) : 0;
     if (value < 1) return usage();
     const auto option = std::find_if(kOptions.begin(), kOptions.end(),
@@ -45,7 +47,8 @@ int main(int argc, char** argv) {
   hark::bench::Table table;
   const bool measured = hark::bench::micro_bench(table) && hark::bench::table_bench(table) &&
                         hark::bench::system_bench(settings, table) &&
-                        hark::bench::panel_bench(settings, table) && hark::bench::links_bench(table) &&
+                        hark::bench::panel_bench(settings, table) &&
+                        hark::bench::gateway_bench(settings, table) && hark::bench::links_bench(table) &&
                         hark::bench::loop_bench(table) && hark::bench::discovery_bench(settings, table);
   table.print();
   return measured ? 0 : 1;

@@ -191,6 +191,17 @@ std::string LineConnection::wait_for(std::string_view start) {
   }
 }
 
+void LineConnection::read_past(std::string_view text) {
+  for (;;) {
+    const std::size_t at = unread_.find(text);
+    if (at != std::string::npos) {
+      unread_.erase(0, at + text.size());
+      return;
+    }
+    if (!receive()) return;
+  }
+}
+
 void LineConnection::read(std::size_t size) {
   while (unread_.size() < size) {
     if (!receive()) return;

@@ -39,6 +39,8 @@ class LineConnection {
   void send(std::string_view text);
   // Reads up to the next line that begins with `start`, and gives it; what comes before it is passed over.
   std::string wait_for(std::string_view start);
+  // Reads up to the end of the next place that is `text`, whatever stands before it.
+  void read_past(std::string_view text);
   // Reads `size` bytes.
   void read(std::size_t size);
   // Reads what has come, without waiting.

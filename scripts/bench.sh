@@ -11,5 +11,5 @@ scripts/install-deps.sh libgtest-dev libgmock-dev avahi-daemon avahi-utils dbus 
 cmake --preset release -DHARK_BENCH=ON >/dev/null
 build_log=$(mktemp)
 trap 'rm -f "$build_log"' EXIT
-cmake --build --preset release --target harkd hark_bench >"$build_log" || { cat "$build_log" >&2; exit 1; }
-build/release/bench/hark_bench build/release/daemon/harkd "$@"
+cmake --build --preset release --target harkd harkpanel hark_bench >"$build_log" || { cat "$build_log" >&2; exit 1; }
+build/release/bench/hark_bench build/release/daemon/harkd build/release/tools/harkpanel/harkpanel "$@"

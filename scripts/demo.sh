@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Two stations on this machine, each beside a simulated routing daemon with a mixing console, from a clean clone: installs
 # what is missing, builds, starts them, makes listen calls on a control port, presses keys of a console; then one station
-# calls the other from a key, it rings there and is answered, and both mixers show what they take; and an agent that others
-# have written, sipp, calls in where it is installed. `--keep` leaves the stations running and tells how to talk to them.
-# Needs no root, but for installing packages.
+# calls the other from a key, it rings there and is answered, and both mixers show what they take; an agent that others
+# have written, sipp, calls in where it is installed; and each station gets a panel for the browser. In a terminal the
+# stations then run on, and the mixers are shown, until Enter is pressed. `--keep` leaves all of it running and tells how to
+# talk to it. Needs no root, but for installing packages.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,7 +21,7 @@ ctrl_port=${HARK_DEMO_PORT:-14013}  # and the next one
 # SIP has its own ports: each station has an address of this process's own.
 address() { echo "127.$((1 + ($$ >> 14) % 254)).$(($$ >> 6 & 255)).$((($$ & 63) * 4 + $1))"; }
 declare -A sip_ip=([A]=$(address 1) [B]=$(address 2)) port=([A]=$ctrl_port [B]=$((ctrl_port + 1)))
-declare -A station_pid=() sim_pid=() sim=() ctl=() shown=([A]=0 [B]=0)
+declare -A station_pid=() sim_pid=() panel_pid=() panel_url=() sim=() ctl=() shown=([A]=0 [B]=0)
 caller=$(address 3)
 caller_pid=
 
@@ -35,7 +36,8 @@ ended() {
 }
 
 stop() {
-  local pids=(${station_pid[@]+"${station_pid[@]}"} ${sim_pid[@]+"${sim_pid[@]}"} $caller_pid) pid
+  local pids=(${panel_pid[@]+"${panel_pid[@]}"} ${station_pid[@]+"${station_pid[@]}"} ${sim_pid[@]+"${sim_pid[@]}"}
+    $caller_pid) pid
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
   for pid in "${pids[@]}"; do ended "$pid" 2>/dev/null || true; done
   rm -rf "$root"
@@ -45,7 +47,7 @@ trap stop EXIT
 say() { printf '\n== %s\n' "$*"; }
 fail() {
   echo "demo: $*" >&2
-  for log in A/mixer A/station B/mixer B/station caller; do
+  for log in A/mixer A/station A/panel B/mixer B/station B/panel caller; do
     sed "s,^,$log | ," "$root/$log.log" 2>/dev/null | tail -n 20 >&2
   done
   exit 1
@@ -130,10 +132,31 @@ start() {
   wait_until "the console of station $s" holds "$s/mixer.log" 'Intercom.menu list='
 }
 
+# start_panel LETTER: a panel for the browser, at a port of its own.
+start_panel() {
+  local s=$1
+  HARK_ROOT=$root/$s "$build"/tools/harkpanel/harkpanel --station "127.0.0.1:${port[$s]}" --listen 127.0.0.1:0 --keys 1-8 \
+    --id web >"$root/$s/panel.log" 2>&1 &
+  panel_pid[$s]=$!
+  wait_until "the panel of station $s" holds "$s/panel.log" 'station: connected'
+  panel_url[$s]=$(grep -oE 'http://[0-9.:]+/' "$root/$s/panel.log" | head -n 1)
+}
+
+# The first line of what the panel's page is served with.
+serves() {
+  local at=${1#http://} fd line
+  at=${at%/}
+  exec {fd}<>"/dev/tcp/${at%:*}/${at#*:}" || fail "nobody listens at $1"
+  printf 'GET / HTTP/1.1\r\nHost: %s\r\nConnection: close\r\n\r\n' "$at" >&"$fd"
+  IFS= read -r -t 10 line <&"$fd" || fail "$1 does not answer"
+  exec {fd}>&-
+  [[ $line == *' 200 '* ]] || fail "$1 answers $line"
+}
+
 scripts/install-deps.sh g++ cmake ninja-build git
 say "Building a release"
 cmake --preset release -DHARK_BENCH=OFF >/dev/null
-cmake --build --preset release --target harkd quillsim | tail -n 1
+cmake --build --preset release --target harkd quillsim harkpanel harkctl | tail -n 1
 
 say "Starting two stations under $root, each beside a simulated routing daemon with a console"
 start A 'Studio A' 4 239.192.0.77 <<'END'
@@ -202,6 +225,20 @@ else
   say "sipp is not installed: no call of an agent that others have written"
 fi
 
+say "Each station gets a panel for the browser"
+for s in A B; do
+  start_panel "$s"
+  serves "${panel_url[$s]}"
+done
+"$build"/tools/harkctl/harkctl --station "127.0.0.1:${port[A]}" panels | sed 's/^/   A | /'
+panels_to_open() {
+  cat <<END
+   Studio A: ${panel_url[A]}
+   Studio B: ${panel_url[B]}
+   Open both side by side. Hold a key of Studio B on the first: it rings on the second, at Studio A. Hold that key to answer.
+END
+}
+
 if $keep; then
   say "The stations are running (processes ${station_pid[*]}). Talk to them with any TCP client, from this or another shell:"
   cat <<END
@@ -211,14 +248,35 @@ if $keep; then
 
    what mixer and console do: tail -f $root/A/mixer.log $root/B/mixer.log
    to press a key:      echo 'press 6' >$root/A/sim.in; echo draw >$root/A/sim.in
-   to stop them:        kill ${station_pid[*]} ${sim_pid[*]}; rm -r $root
+   from a shell:        $build/tools/harkctl/harkctl --station 127.0.0.1:${port[A]} watch
+   to stop them:        kill ${panel_pid[*]} ${station_pid[*]} ${sim_pid[*]}; rm -r $root
 END
-  disown "${station_pid[@]}" "${sim_pid[@]}"
+  say "Their panels, in a browser"
+  panels_to_open
+  disown "${panel_pid[@]}" "${station_pid[@]}" "${sim_pid[@]}"
   trap - EXIT
   exit 0
 fi
 
-say "Stopping the stations"
+say "Their panels, in a browser"
+panels_to_open
+if [ -t 0 ] && [ -z "${CI:-}" ]; then
+  echo "   What the mixers do is shown here. Enter ends it."
+  while ! IFS= read -r -t 0.2; do
+    for s in A B; do
+      kill -0 "${station_pid[$s]}" 2>/dev/null || fail "station $s ended"
+      see "$s"
+    done
+  done
+fi
+
+say "Stopping the panels and the stations"
+for s in A B; do
+  pid=${panel_pid[$s]}
+  unset "panel_pid[$s]"
+  kill -TERM "$pid"
+  ended "$pid" || fail "the panel of station $s ended with status $?"
+done
 for s in A B; do
   pid=${station_pid[$s]}
   unset "station_pid[$s]"
