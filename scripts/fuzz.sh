@@ -17,9 +17,9 @@ if [ $# -gt 0 ]; then
   esac
 fi
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(tagtext url control routing options settings channelfile sources panel console
-  harkui callindi txt fullname ifbvalue ifbline pttdatagram sipdatagram sipheader sipuri sipaddress msgaccess sdpparse
-  sdpencode sdpnegotiate sdppayload payloadtypes trie timers
+[ ${#targets[@]} -gt 0 ] || targets=(tagtext url control routing options settings channelfile sources panel
+  console harkui browser station_lines harkctl callindi txt fullname ifbvalue ifbline pttdatagram sipdatagram
+  sipheader sipuri sipaddress msgaccess sdpparse sdpencode sdpnegotiate sdppayload payloadtypes trie timers
   siptransaction sipcaller sipcallee sipofferanswer sipstackua)
 for target in "${targets[@]}"; do
   [ -d "fuzz/corpus/$target" ] || { echo "no such target: $target" >&2; usage; }
@@ -38,11 +38,11 @@ cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}" >"$TMPDIR/build.log
 
 # The longest input by target: some lines of a dialogue, a file, two URLs.
 declare -A max_len=([tagtext]=1024 [url]=512 [control]=2600 [routing]=2600 [options]=1024 [settings]=2600
-  [channelfile]=4200 [sources]=1500 [panel]=2600 [console]=1000 [harkui]=1500 [callindi]=2600 [txt]=700
-  [fullname]=1300 [ifbvalue]=250 [ifbline]=4200 [pttdatagram]=800
-  [sipdatagram]=1600 [sipheader]=1000 [sipuri]=700 [sipaddress]=200 [msgaccess]=1000 [sdpparse]=1100
-  [sdpencode]=1500 [sdpnegotiate]=2300 [sdppayload]=1100 [payloadtypes]=500 [trie]=600 [timers]=800
-  [siptransaction]=100 [sipcaller]=700 [sipcallee]=700 [sipofferanswer]=300 [sipstackua]=700)
+  [channelfile]=4200 [sources]=1500 [panel]=2600 [console]=1000 [harkui]=1500 [browser]=1500 [station_lines]=2600
+  [harkctl]=3000 [callindi]=2600 [txt]=700 [fullname]=1300 [ifbvalue]=250 [ifbline]=4200 [pttdatagram]=800
+  [sipdatagram]=1600 [sipheader]=1000 [sipuri]=700 [sipaddress]=200 [msgaccess]=1000 [sdpparse]=1100 [sdpencode]=1500
+  [sdpnegotiate]=2300 [sdppayload]=1100 [payloadtypes]=500 [trie]=600 [timers]=800 [siptransaction]=100
+  [sipcaller]=700 [sipcallee]=700 [sipofferanswer]=300 [sipstackua]=700)
 findings=build/fuzz/findings
 mkdir -p "$findings"
 export ASAN_OPTIONS=${ASAN_OPTIONS:-allocator_may_return_null=1:detect_stack_use_after_return=1}

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Installs, from Debian's packages, what is missing: `install-deps.sh [package...]`. What the daemon and the programs beside
-# it are built with is always among it; without words, what the tests and the demo need is too, the packages that drive the
-# browser of the tests included. Root installs as it is, others by sudo; where neither works the command to run is told.
-# What the tests only use where it is there may be missing: they skip what they would do with it.
+# Installs, from Debian's packages, what is missing: `install-deps.sh [package...]`. What the daemon and the programs
+# beside it are built with is always among it; without words, what the tests and the demo need is too, the packages that
+# drive the browser of the tests included. Root installs as it is, others by sudo; where neither works the command to run
+# is told. What the tests only use where it is there may be missing: they skip what they would do with it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <filesystem>
 #include <sstream>
@@ -16,6 +17,10 @@
 
 namespace hark::test {
 namespace {
+
+constexpr std::array kDocuments = {"docs/architecture.md", "docs/browser-panel.md", "docs/control-port.md",
+                                   "docs/discovery.md",    "docs/harkctl.md",       "docs/links.md",
+                                   "docs/panels.md",       "docs/sip.md",           "README.md"};
 
 // Words of a document that are files of the tree: "routing/qnrifb.h".
 std::vector<std::string> named_files(std::string text) {
@@ -59,8 +64,7 @@ TEST(Architecture, HasEveryHookWhereItIsDeclared) {
 }
 
 TEST(Architecture, NamesOnlyFilesThatThereAre) {
-  for (const char* name : {"docs/architecture.md", "docs/discovery.md", "docs/links.md",
-                           "docs/control-port.md", "docs/panels.md", "docs/sip.md", "README.md"}) {
+  for (const char* name : kDocuments) {
     const std::string text = read_source(name);
     EXPECT_FALSE(text.empty()) << name;
     for (const std::string& file : named_files(text))
@@ -92,8 +96,7 @@ bool has_anchor(const std::string& text, const std::string& anchor) {
 
 TEST(Documents, LeadToEachOther) {
   namespace fs = std::filesystem;
-  for (const std::string name : {"docs/architecture.md", "docs/discovery.md", "docs/links.md",
-                                 "docs/control-port.md", "docs/panels.md", "docs/sip.md", "README.md"}) {
+  for (const std::string name : kDocuments) {
     for (std::string link : all_between(read_source(name), "](", ")")) {
       std::replace(link.begin(), link.end(), '\n', ' ');
       const std::size_t hash = std::min(link.find('#'), link.size());

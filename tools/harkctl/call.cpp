@@ -99,7 +99,7 @@ int call(Task& task, const std::string& url, Output& out) {
 int drop(Task& task, const std::string& url, Output& out) {
   const control::Call* now = find_call(task, url);
   control::Call dropped = now != nullptr ? *now : control::Call{};
-  const std::string name = printable(now != nullptr ? now->name : control::name_of(url));
+  const std::string name = now != nullptr ? now->name : control::name_of(url);
   const bool listen = task.options.listen && dropped.listen != '0';
   const bool talk = task.options.talk && dropped.talk != '0';
   const Answer answer = ask(task, {command_line(task, url, '0')});
@@ -112,9 +112,9 @@ int drop(Task& task, const std::string& url, Output& out) {
     out.json(
         {{"name", name}, {"url", now != nullptr ? dropped.url : url}, {"talk", talk}, {"listen", listen}});
   } else if (!listen && !talk) {
-    out.line(name + ": was not up");
+    out.line(printable(name) + ": was not up");
   } else {
-    out.line(name + ": drops " + (talk ? "talk" : "") + (talk && listen ? " and " : "") +
+    out.line(printable(name) + ": drops " + (talk ? "talk" : "") + (talk && listen ? " and " : "") +
              (listen ? "listen" : ""));
   }
   return kOk;

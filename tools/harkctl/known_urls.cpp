@@ -4,10 +4,12 @@
 #include <array>
 
 #include "addressing/harkurl.h"
+#include "base/text.h"
 #include "daemon/qnrlib/textfile.h"
 #include "tools/control/control_lines.h"
 #include "tools/harkctl/network.h"
 #include "tools/harkctl/options.h"
+#include "tools/harkctl/text.h"
 
 namespace hark::ctl {
 namespace {
@@ -16,6 +18,8 @@ constexpr const char* kHeardOf = "/var/tmp/orfehark-bonjour.tbl";
 constexpr const char* kSources = "/etc/Orfe/hark/hark_sources";
 // As a station reads them: a longer line is two.
 constexpr std::size_t kSourceLineSize = 128;
+// A station's own URL in its quotes, but for the NUL.
+constexpr std::size_t kLongestQuoted = kEscapedUrlSize + 1;
 
 const control::Call* same_party(const std::string& url, const std::vector<control::Call>& calls) {
   const auto found = std::find_if(calls.begin(), calls.end(), [&](const control::Call& call) {
@@ -37,21 +41,27 @@ Party from_files(const KnownUrl& known) {
   return {known.url, {}};
 }
 
+// Who says that a longer one is up is no station, and with its quotes escaped it may not fit a line.
+Party from_call(const control::Call& call) {
+  const bool fits = control::quoted(call.url).size() <= kLongestQuoted;
+  return fits ? Party{call.url, {}} : Party{{}, "the URL of " + call.name + " is too long for a line"};
+}
+
 // The call of this name; a fault when there are several, nothing at all when there is none.
 Party from_calls(const std::string& name, const std::vector<control::Call>& calls) {
-  Party party;
+  const control::Call* found = nullptr;
   for (const control::Call& call : calls) {
     if (call.name != name) continue;
-    if (!party.url.empty()) return {{}, "several calls have the name " + name + ": give the URL"};
-    party.url = call.url;
+    if (found != nullptr) return {{}, "several calls have the name " + name + ": give the URL"};
+    found = &call;
   }
-  return party;
+  return found != nullptr ? from_call(*found) : Party{};
 }
 
 Party as_it_stands(const std::string& text, const std::vector<control::Call>& calls) {
   if (!is_url(text)) return {{}, "no such name: " + text};
   const control::Call* call = same_party(text, calls);
-  return {call != nullptr ? call->url : text, {}};
+  return call != nullptr ? from_call(*call) : Party{text, {}};
 }
 
 bool is_nothing(const Party& party) { return party.url.empty() && party.fault.empty(); }
@@ -120,10 +130,9 @@ std::vector<std::string> candidates(const std::string& prefix, const std::vector
   }
   for (const control::Call& call : calls)
     all.insert(all.end(), {call.name, address_of(call.url)});
+  // What would have to be escaped for a terminal cannot be typed either.
   const auto is_unfit = [&](const std::string& text) {
-    const bool has_control = std::any_of(
-        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
-    return text.empty() || has_control || !text.starts_with(prefix);
+    return text.empty() || printable(text) != text || !text.starts_with(prefix);
   };
   std::erase_if(all, is_unfit);
   std::sort(all.begin(), all.end());

@@ -125,12 +125,12 @@ std::string take_setting(const std::string& text, Options& options) {
   if (equals == std::string::npos) return "not NAME=VALUE: " + text;
   const SettingName* setting = find_setting(text.substr(0, equals));
   if (setting == nullptr) return "no such setting: " + text.substr(0, equals);
-  std::string value = text.substr(equals + 1);
+  const std::string value = text.substr(equals + 1);
   if (std::string fault = fault_of(*setting, value); !fault.empty()) return fault + ": " + text;
   const bool twice = std::any_of(options.settings.begin(), options.settings.end(),
                                  [&](const auto& known) { return known.first == setting->name; });
   if (twice) return "given twice: " + std::string(setting->name);
-  options.settings.emplace_back(setting->name, std::move(value));
+  options.settings.emplace_back(setting->name, plain_value(*setting, value));
   return {};
 }
 

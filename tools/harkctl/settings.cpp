@@ -24,7 +24,8 @@ bool is_control(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x
 
 const SettingName* find_setting(std::string_view name) {
   const auto* found = std::find_if(kSettings.begin(), kSettings.end(), [name](const SettingName& setting) {
-    return equal_nocase(setting.name, name);
+    const std::string_view known = setting.name;
+    return known.size() == name.size() && starts_with_nocase(known, name);
   });
   return found == kSettings.end() ? nullptr : found;
 }
@@ -38,6 +39,12 @@ std::string fault_of(const SettingName& setting, std::string_view value) {
   }
   if (is_number(value) || (setting.kind == SettingKind::kGain && value == "*")) return {};
   return name + " must be a number" + (setting.kind == SettingKind::kGain ? ", or *" : "");
+}
+
+std::string plain_value(const SettingName& setting, std::string_view value) {
+  std::string plain(value);
+  const bool is_text = setting.kind == SettingKind::kLabel || !is_number(value);
+  return is_text ? plain : std::to_string(parse_int(plain.c_str()));
 }
 
 std::string settings_line(const Settings& settings) {

@@ -35,6 +35,9 @@ using Settings = std::vector<std::pair<std::string, std::string>>;
 // What is wrong with a value for that setting; empty: nothing.
 [[nodiscard]] std::string fault_of(const SettingName& setting, std::string_view value);
 
+// A value without fault as it goes to the station: without zeros in front, which make a number octal there.
+[[nodiscard]] std::string plain_value(const SettingName& setting, std::string_view value);
+
 // The line that sets them.
 [[nodiscard]] std::string settings_line(const Settings& settings);
 

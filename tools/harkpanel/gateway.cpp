@@ -20,6 +20,22 @@ bool same_token(std::string_view a, std::string_view b) {
   return difference == 0;
 }
 
+// Which of the station's texts a page means by what it says.
+std::string meant_by(const std::string& said, const std::vector<std::string>& known) {
+  if (std::find(known.begin(), known.end(), said) != known.end()) return said;
+  const auto at =
+      std::find_if(known.begin(), known.end(), [&](const auto& text) { return said_by_page(text) == said; });
+  return at != known.end() ? *at : said;
+}
+
+std::vector<std::string> names_of(const std::vector<control::Call>& calls) {
+  std::vector<std::string> names;
+  names.reserve(calls.size());
+  for (const control::Call& call : calls)
+    names.push_back(call.name);
+  return names;
+}
+
 }  // namespace
 
 struct Gateway::Handler {
@@ -196,7 +212,7 @@ void Gateway::spread_changes() {
 
 void Gateway::tick(Ms now) {
   see(now);
-  check_station();
+  check_station(now_ - std::exchange(ticked_at_, now_));
   for (const BrowserId id : ids())
     check_browser(id);
   if (now_ - looked_at_ >= kShiftLook) {
@@ -245,11 +261,14 @@ void Gateway::take(BrowserId browser, const FaderMove& move) {
 }
 
 void Gateway::take(BrowserId /*browser*/, const ChooseCaller& choice) {
-  if (view_.link() == Link::kUp) view_.choose_caller(choice.label);
+  if (view_.link() != Link::kUp) return;
+  view_.choose_caller(meant_by(choice.label, names_of(view_.calls())).substr(0, kMaxLabel));
 }
 
 void Gateway::take(BrowserId /*browser*/, const SelectShift& choice) {
-  if (view_.link() == Link::kUp) view_.select_shift(choice.name);
+  // A group belongs to its shift: the release of a group key would end no talk of the old one.
+  if (view_.link() != Link::kUp || presses_.contains(kGroupTalk)) return;
+  view_.select_shift(meant_by(choice.name, view_.shifts().names()));
 }
 
 void Gateway::take(BrowserId browser, const Echo& echo) {

@@ -31,7 +31,9 @@ inline constexpr int kMostBrowsers = 64;
 inline constexpr int kMessagesPerSecond = 200;
 inline constexpr int kMessageBurst = 400;
 inline constexpr std::size_t kMostReplies = 32;  // echoes and the like that wait for a slow reader
-inline constexpr Ms kRetryAgain = 1'000;         // "try now" is heard so often
+inline constexpr Ms kStationAsked = 5'000;  // a station that says nothing for so long is asked for an answer,
+inline constexpr Ms kStationSilent = 10'000;  // and is lost when none has come
+inline constexpr Ms kRetryAgain = 1'000;      // "try now" is heard so often
 inline constexpr Ms kShiftLook = 3'000;
 inline constexpr Ms kDialTime = 5'000;      // for the station to take the connection
 inline constexpr Ms kSettingsTime = 2'000;  // for it to tell its settings
@@ -120,6 +122,7 @@ class Gateway {
     Ms at = 0;
     BrowserId browser = 0;  // who pressed, while it is the only one that has; 0: several
     double browser_ms = 0;  // its own time of the press
+    std::string caller;     // whom the auto-answer channel was, for a key of it
   };
   struct Handler;  // one function for each kind of message
 
@@ -147,6 +150,8 @@ class Gateway {
   void release(BrowserId browser, const KeyEvent& event);
   void send_down(Signature key, BrowserId browser, double browser_ms);
   void send_up(Signature key, Ms time);
+  [[nodiscard]] bool would_hide_a_release() const;
+  [[nodiscard]] Ms duration(const Press& press, BrowserId browser, double browser_ms) const;
   [[nodiscard]] Ms time_of_up(const Press& press, BrowserId browser, double browser_ms) const;
   [[nodiscard]] Ms time_beyond_taps() const;
   void let_go(Signature key);
@@ -157,12 +162,14 @@ class Gateway {
   void take_over_time();
   void make_all_stale();
   void confirm_ups();
+  void ask();
   void ups_confirmed();
   void save_down();
 
   // ---- the station; in gateway_station.cpp ----
   void dial();
-  void check_station();
+  void check_station(Ms passed);
+  bool check_silence(Ms passed);
 
   GatewayOutputs& outputs_;
   std::string token_;
@@ -171,6 +178,7 @@ class Gateway {
   BackOff back_off_;
   Holds holds_;
   Ms now_ = 0;  // as last told; never runs backwards
+  Ms ticked_at_ = 0;
   bool ended_ = false;
 
   // Times that the station is told; they never run backwards, and it gets their lower 32 bits.
@@ -190,6 +198,7 @@ class Gateway {
   bool dialling_ = false;
   Ms dialled_at_ = 0;
   Ms connected_at_ = 0;
+  Ms quiet_ = 0;  // how long the station has said nothing, while this process ran
   Ms retried_at_ = -kRetryAgain;
   Ms looked_at_ = -kShiftLook;
 };

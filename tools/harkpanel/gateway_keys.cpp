@@ -2,6 +2,8 @@
 // from which the station sees what the press was.
 #include <algorithm>
 #include <cmath>
+#include <string>
+#include <utility>
 
 #include "tools/harkpanel/gateway.h"
 
@@ -11,11 +13,13 @@ namespace {
 constexpr Ms kFarAhead = 3'600'000;
 constexpr Signature kFamilyMask = 0xFFFF0000;  // the two characters in front of a number
 
+bool is_auto_answer(Signature key) { return key == kListenAa || key == kTalkAa || key == kBothAa; }
+
 bool has_number(Signature key) {
   const Signature family = key & kFamilyMask;
   const bool channel = family == (kListen00 & kFamilyMask) || family == (kTalk00 & kFamilyMask) ||
                        family == (kBoth00 & kFamilyMask);
-  return channel && key != kListenAa && key != kTalkAa && key != kBothAa;
+  return channel && !is_auto_answer(key);
 }
 
 }  // namespace
@@ -29,10 +33,20 @@ bool Gateway::has_key(Signature key) const {
 
 void Gateway::press(BrowserId browser, const KeyEvent& event) {
   if (view_.link() != Link::kUp) return tell_released(browser, event.key, "station");
+  if (event.key == kAssign && would_hide_a_release()) return tell_released(browser, event.key, "held");
   if (holds_.holds(event.key, browser)) return;
   find(browser)->released.erase(event.key);  // that was an earlier press
   if (holds_.press(event.key, browser)) return send_down(event.key, browser, event.at_ms);
   if (const auto at = presses_.find(event.key); at != presses_.end()) at->second.browser = 0;
+}
+
+// While keys are assigned, the release of one assigns it, and ends no call: a call that a key holds would
+// stay. Another press ends that mode, and is always let through.
+bool Gateway::would_hide_a_release() const {
+  if (view_.function_key(kAssign) == Lamp::kFlash) return false;
+  return std::any_of(presses_.begin(), presses_.end(), [](const auto& entry) {
+    return std::find(kFunctionKeys.begin(), kFunctionKeys.end(), entry.first) == kFunctionKeys.end();
+  });
 }
 
 void Gateway::release(BrowserId browser, const KeyEvent& event) {
@@ -49,7 +63,11 @@ void Gateway::send_down(Signature key, BrowserId browser, double browser_ms) {
   unconfirmed_.erase(key);
   probed_.erase(key);
   last_sent_ = last_down_ = std::max(now_, last_sent_);
-  presses_[key] = {.sent = last_sent_, .at = now_, .browser = browser, .browser_ms = browser_ms};
+  presses_[key] = {.sent = last_sent_,
+                   .at = now_,
+                   .browser = browser,
+                   .browser_ms = browser_ms,
+                   .caller = is_auto_answer(key) ? view_.auto_answer().text : std::string()};
   save_down();
   view_.key(key, true, static_cast<std::uint32_t>(last_sent_));
 }
@@ -57,10 +75,12 @@ void Gateway::send_down(Signature key, BrowserId browser, double browser_ms) {
 // The key goes to the unconfirmed ones before the line goes out, so that it is found there when the station
 // is lost over it.
 void Gateway::send_up(Signature key, Ms time) {
+  const auto at = presses_.find(key);
+  const std::string caller = at != presses_.end() ? std::move(at->second.caller) : std::string();
   presses_.erase(key);
   unconfirmed_.insert(key);
   last_sent_ = std::max(last_sent_, time);
-  view_.key(key, false, static_cast<std::uint32_t>(last_sent_));
+  view_.key_up(key, static_cast<std::uint32_t>(last_sent_), caller);
   save_down();
 }
 
@@ -77,12 +97,20 @@ void Gateway::take_over_time() {
 
 // How long a finger was on a key its browser knows best, since messages are late; but not beyond reason. The
 // times of several browsers cannot be compared.
-Ms Gateway::time_of_up(const Press& press, BrowserId browser, double browser_ms) const {
+Ms Gateway::duration(const Press& press, BrowserId browser, double browser_ms) const {
   constexpr double kFinest = 0.001;  // makes good for what the subtraction loses
   const Ms here = now_ - press.at;
-  if (press.browser != browser) return press.sent + here;
+  if (press.browser != browser) return here;
   const double there = std::floor(browser_ms - press.browser_ms + kFinest);
-  return press.sent + static_cast<Ms>(std::clamp<double>(there, 0, static_cast<double>(here + kLateRelease)));
+  return static_cast<Ms>(std::clamp<double>(there, 0, static_cast<double>(here + kLateRelease)));
+}
+
+// The station measures from the last press of any key. A key that was held is not to stay open for nobody
+// because somebody has just pressed another one.
+Ms Gateway::time_of_up(const Press& press, BrowserId browser, double browser_ms) const {
+  const Ms length = duration(press, browser, browser_ms);
+  const Ms latch = view_.latch_ms();
+  return length < latch ? press.sent + length : std::max(press.sent + length, last_down_ + latch);
 }
 
 // So long after the last press of any key that the station sees no tap: it measures from that one.
@@ -117,11 +145,15 @@ void Gateway::tell_released(BrowserId browser, Signature key, std::string_view w
 }
 
 void Gateway::let_go_of_stale() {
+  const bool beyond =
+      std::any_of(stale_.begin(), stale_.end(), [this](Signature key) { return !has_key(key); });
+  if (beyond) view_.have_all_keys();
   while (view_.link() == Link::kUp && !stale_.empty()) {
     const Signature key = *stale_.begin();
     stale_.erase(key);
     send_up(key, time_beyond_taps());
   }
+  if (beyond) view_.have_own_keys();
 }
 
 // The station is lost: whatever may be down there is let go of when it is back.
@@ -148,12 +180,16 @@ void Gateway::confirm_ups() {
   if (unconfirmed_.empty()) return;
   probed_.merge(unconfirmed_);
   unconfirmed_.clear();
+  ask();
+}
+
+void Gateway::ask() {
   ++probes_;
   view_.probe();
 }
 
 void Gateway::ups_confirmed() {
-  if (probes_ == 0 || --probes_ != 0) return;
+  if (probes_ == 0 || --probes_ != 0 || probed_.empty()) return;
   probed_.clear();
   save_down();
 }

@@ -44,8 +44,10 @@ const char* word_of(Link link) {
   return "connecting";
 }
 
+// A connection is not yet an answer: one that hangs, or turns others away, takes connections too.
 Json station_part(const StationView& view) {
-  return {{"link", word_of(view.link())},
+  const bool unanswered = view.link() == Link::kUp && !view.answered();
+  return {{"link", word_of(unanswered ? Link::kConnecting : view.link())},
           {"name", view.station_name()},
           {"why", view.why()},
           {"retryMs", view.retry_ms()}};
@@ -138,6 +140,20 @@ std::string echo_message(double number) {
   Json message = {{"t", "echo"}, {"n", number}};
   if (whole) message["n"] = static_cast<std::int64_t>(number);
   return to_text(message);
+}
+
+std::string said_by_page(std::string_view text) {
+  constexpr auto kLetterMask = 0xC0;
+  constexpr auto kWithinLetter = 0x80;
+  const Json shown = Json::parse(to_text(std::string(text)), nullptr, false);
+  const auto* said = shown.get_ptr<const std::string*>();
+  if (said == nullptr) return {};
+  std::size_t size = std::min(said->size(), kMaxLabel);
+  while (size < said->size() && (static_cast<unsigned char>((*said)[size]) & kLetterMask) == kWithinLetter)
+    --size;
+  while (size != 0 && (*said)[size - 1] == ' ')
+    --size;
+  return said->substr(0, size);
 }
 
 std::string refused_message(std::string_view why) {

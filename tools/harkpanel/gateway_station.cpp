@@ -1,4 +1,5 @@
 // The gateway's connection to its station: dialled for ever, told of what was left down, listened to.
+#include <algorithm>
 #include <string>
 
 #include "tools/harkpanel/gateway.h"
@@ -11,6 +12,7 @@ void Gateway::station_connected(Ms now) {
   dial_at_ = -1;
   dialling_ = false;
   connected_at_ = now_;
+  quiet_ = 0;
   take_over_time();
   view_.connected();
   spread_changes();
@@ -19,6 +21,7 @@ void Gateway::station_connected(Ms now) {
 void Gateway::station_said(const std::string& line, Ms now) {
   see(now);
   if (view_.link() != Link::kUp) return;
+  quiet_ = 0;
   view_.receive(line);
   if (line.starts_with("VER ")) ups_confirmed();
   if (view_.answered()) back_off_.reset();
@@ -46,14 +49,28 @@ void Gateway::dial() {
   outputs_.dial_station();
 }
 
-void Gateway::check_station() {
+// A station that hangs keeps its connection: nothing but its silence tells. Time in which this process itself
+// stood still does not count, since what the station said then has yet to be read. False: it is lost.
+bool Gateway::check_silence(Ms passed) {
+  constexpr Ms kLongestStep = 500;
+  quiet_ += std::min(passed, kLongestStep);
+  if (quiet_ >= kStationSilent) {
+    station_lost("does not answer", now_);
+    outputs_.drop_station();
+    return false;
+  }
+  if (quiet_ >= kStationAsked && probes_ == 0) ask();
+  return true;
+}
+
+void Gateway::check_station(Ms passed) {
   if (dial_at_ >= 0 && now_ >= dial_at_) return dial();
   if (dialling_ && now_ - dialled_at_ >= kDialTime) {
     station_lost("does not answer", now_);
     outputs_.drop_station();
     return;
   }
-  if (view_.link() != Link::kUp) return;
+  if (view_.link() != Link::kUp || !check_silence(passed)) return;
   if (knows_taps()) let_go_of_stale();
   confirm_ups();
 }

@@ -21,6 +21,7 @@ constexpr int kClientsInARow = 16;
 // What a browser does not read waits here; beyond it, as changed parts that are not yet written as text.
 constexpr int kSendBuffer = 64 << 10;
 constexpr std::string_view kPanelPath = "/panel";
+constexpr std::string_view kWebSocketVersion = "13";
 
 std::string header(lws* wsi, lws_token_indexes name) {
   const int length = lws_hdr_total_length(wsi, name);
@@ -122,7 +123,7 @@ int HttpClients::answer_request(lws* wsi, std::string_view path) {
   request.has_body = announces_body(wsi);
   const HttpReply reply = answer(request);
   if (!write_reply(wsi, reply) || !reply.keep_open) return -1;
-  clients_[wsi] = now_ms() + kRequestTime;
+  clients_[wsi] = now_ms() + kIdleTime;
   return lws_http_transaction_completed(wsi);
 }
 
@@ -137,6 +138,9 @@ int HttpClients::confirm_upgrade(lws* wsi, std::string_view protocol) {
     return refuse(400, "only WebSocket is served");
   }
   if (header(wsi, WSI_TOKEN_GET_URI) != kPanelPath) return refuse(404, "there is no panel here");
+  if (header(wsi, WSI_TOKEN_VERSION) != kWebSocketVersion) {
+    return refuse(426, "only version 13 of WebSocket is served");
+  }
   if (header(wsi, WSI_TOKEN_PROTOCOL) != kPanelProtocol) {
     return refuse(400, "the subprotocol harkpanel is wanted");
   }

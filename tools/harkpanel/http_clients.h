@@ -10,10 +10,13 @@
 
 namespace hark::panel_gateway {
 
-// Browsers, and as many again that load the page or are told that there are too many.
-inline constexpr std::size_t kMostClients = 128;
-// From the connection, or its last answer, to the end of the next one.
+// Browsers, and what loads the page: each of them keeps up to six connections for that.
+inline constexpr std::size_t kMostClients = 256;
+// From the connection to the end of its first request.
 inline constexpr Ms kRequestTime = 10'000;
+// From an answer to the end of the next request: the files of a page are asked for in a row. Many browsers
+// that start at once must not wait for connections that others keep and have no more use for.
+inline constexpr Ms kIdleTime = 1'000;
 
 class HttpClients : private Watched {
  public:

@@ -22,6 +22,8 @@ std::string_view phrase_of(int status) {
       return "Forbidden";
     case 404:
       return "Not Found";
+    case 426:
+      return "Upgrade Required";
     default:
       return "Method Not Allowed";
   }
@@ -50,6 +52,8 @@ HttpReply answer(const HttpRequest& request) {
 HttpReply refusal(int status, std::string_view why, bool head) {
   HttpReply reply{head_of(status, "text/plain; charset=utf-8", why.size() + 1), false};
   if (status == 405) reply.text.append("Allow: GET, HEAD\r\n");  // RFC 9110 15.5.6
+  if (status == 426)
+    reply.text.append("Upgrade: websocket\r\nSec-WebSocket-Version: 13\r\n");  // RFC 6455 4.4
   reply.text.append("Connection: close\r\n\r\n");
   if (!head) reply.text.append(why).append("\n");
   return reply;

@@ -21,7 +21,7 @@ struct HttpReply {
 
 // A file of the page, or why there is none.
 [[nodiscard]] HttpReply answer(const HttpRequest& request);
-// A refusal in words: 400, 403, 404, 405.
+// A refusal in words: 400, 403, 404, 405, 426.
 [[nodiscard]] HttpReply refusal(int status, std::string_view why, bool head = false);
 
 }  // namespace hark::panel_gateway

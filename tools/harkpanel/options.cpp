@@ -23,7 +23,7 @@ namespace {
 constexpr int kUsageError = 2;
 constexpr std::size_t kLongestId = 32;
 constexpr std::size_t kShortestToken = 8;
-constexpr std::size_t kLongestToken = 512;  // a hello with it must fit into one message
+constexpr std::size_t kLongestToken = 256;  // a hello with it must fit into one message, all of it escaped
 
 // The words of the options as they were typed; one that is not there is empty.
 struct Typed {
@@ -142,6 +142,11 @@ std::string take_token(const std::string& path, Options& out) {
   }
   if (token.size() > kLongestToken) {
     return "--token " + path + ": longer than " + std::to_string(kLongestToken) + " characters";
+  }
+  const auto typed = [](char c) { return c >= ' ' && c <= '~'; };
+  if (!std::all_of(token.begin(), token.end(), typed)) {
+    return "--token " + path +
+           ": holds what a browser cannot present: letters, digits and signs of ASCII only";
   }
   out.token = token;
   return {};

@@ -47,8 +47,8 @@ class StationLink : private Watched {
   // Looks at what takes time. Several times a second.
   void tick(Ms now);
 
-  // The last: sends what waits, then tells the station that no more will come. Its answers are still reported,
-  // which say that it has heard the last keys; the end of the connection is not.
+  // The last: sends what waits, then tells the station that no more will come. Its answers are still
+  // reported, which say that it has heard the last keys; the end of the connection is not.
   void finish();
   // Whether the station has heard everything, or there is none.
   [[nodiscard]] bool finished() const { return !watching(); }

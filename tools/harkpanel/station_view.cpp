@@ -82,7 +82,6 @@ void StationView::set_link(Link link) {
 
 void StationView::connected() {
   set_link(Link::kUp);
-  why_.clear();
   retry_ms_ = 0;
   caller_.reset();
   std::fill(levels_.begin(), levels_.end(), 0);
@@ -121,7 +120,10 @@ void StationView::receive(const std::string& line) {
 // A station that turns us away says why and closes. Other errors are followed by further lines.
 void StationView::receive_error(const std::string& line) {
   std::optional<std::string> error = control::read_error(line);
-  if (!error) answered_ = true;
+  if (!error && !answered_) {
+    answered_ = changes_.station = true;
+    why_.clear();
+  }
   error_ = std::move(error).value_or("");
 }
 
@@ -168,11 +170,32 @@ void StationView::key(Signature key, bool down, std::uint32_t time_ms) {
   ui_->IntercomKeyEvent(key, down, time_ms, nullptr);
 }
 
+// Another caller may have come while the key was down, or been chosen: the one of the press comes back for
+// the release, which his label goes ahead of.
+void StationView::key_up(Signature key, std::uint32_t time_ms, const std::string& caller) {
+  const std::string present = auto_answer().text;
+  const bool other = !caller.empty() && caller != present;
+  if (other) caller_ = caller;
+  this->key(key, false, time_ms);
+  caller_.reset();
+  if (other) choose_caller(present);
+}
+
 void StationView::choose_caller(const std::string& label) {
   look_again_ = true;
   caller_ = label;
   ui_->IntercomKeyEvent(0, false, std::nullopt, nullptr);
   caller_.reset();
+}
+
+void StationView::have_all_keys() {
+  send(("attach HARKUI#" + id() + " KEYS=\"1-90\" AANS:" + (offers_auto_answer_ ? "1" : "0") + "\n").c_str());
+}
+
+void StationView::have_own_keys() {
+  if (link_ != Link::kUp) return;
+  look_again_ = true;
+  ui_->HarkUI_Initialize();
 }
 
 void StationView::select_shift(const std::string& name) {

@@ -68,7 +68,14 @@ class StationView {
 
   // Operator's actions, sent on. Require the link to be up.
   void key(Signature key, bool down, std::uint32_t time_ms);
+  // The release of a key. `caller`: whom the auto-answer channel was when a key of it was pressed; empty for
+  // other keys. The station ends the call of the one that it is at the release.
+  void key_up(Signature key, std::uint32_t time_ms, const std::string& caller);
   void choose_caller(const std::string& label);
+  // The panel has all keys that a station has from here on, and again its own alone: to let go of one that an
+  // earlier start had, since the station passes over keys that a panel does not have.
+  void have_all_keys();
+  void have_own_keys();
   void select_shift(const std::string& name);
   // A fader to a level, or by a step. The speaker is set; a channel is stepped along the station's scale,
   // which keeps all panels at one level.

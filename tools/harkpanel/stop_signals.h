@@ -1,4 +1,5 @@
-// SIGTERM, SIGINT and SIGHUP, as something that the loop reads: they come between its callbacks, never within one.
+// SIGTERM, SIGINT and SIGHUP, as something that the loop reads: they come between its callbacks, never within
+// one.
 #pragma once
 
 #include <functional>

@@ -263,7 +263,10 @@ int Server::run() {
   schedule_tick();
   while (!ended_ && lws_service(context_, 0) >= 0) {
   }
-  return 0;
+  if (ended_) return 0;
+  complain("the web server has failed");
+  gateway_.shut_down(now_ms());  // what it tells the station goes out at once
+  return kFailed;
 }
 
 void log_line(int /*level*/, const char* line) { (void)std::fprintf(stderr, "harkpanel: %s", line); }

@@ -122,6 +122,32 @@ TEST(KnownUrls, CandidatesAreSortedAndEachOnce) {
   EXPECT_THAT(candidates("", {{"a\x1b", "a <quillnet:1>", "quillnet:1"}}, {}), ElementsAre("quillnet:1"));
 }
 
+// Only ASCII's control characters were left out: "\u009b2J" clears the screen of some terminals, and a shell
+// shows the candidates as they are.
+TEST(KnownUrls, WhatMustNotReachATerminalIsNoCandidate) {
+  for (const char* name : {"\x1b[2J", "\x7f", "\xc2\x9b\x32J", "\xe2\x80\xae", "\xff"}) {
+    SCOPED_TRACE(name);
+    EXPECT_THAT(candidates("", {{name, "<quillnet:1>", "quillnet:1"}}, {}), ElementsAre("quillnet:1"));
+    EXPECT_THAT(candidates("", {}, {{.url = "quillnet:1", .name = name}}), ElementsAre("quillnet:1"));
+  }
+  EXPECT_THAT(candidates("", {{"K\xc3\xb6ln", "<quillnet:1>", ""}, {"\xc3\x96", "x", "quillnet:2"}}, {}),
+              ElementsAre("quillnet:2", "\xc3\x96"));
+}
+
+// A URL of nothing but quotes was escaped to a line of nearly 4000 bytes, which a station drops whole.
+TEST(KnownUrls, ACallWhoseUrlFitsNoLineCannotBeNamed) {
+  for (const std::size_t quotes : {1, 960, 980, 1900}) {
+    SCOPED_TRACE(quotes);
+    const std::string url = "<hark:10.0.0.7>;x=" + std::string(quotes, '"');
+    const std::vector<Call> calls = {{.url = url, .name = "Odd", .talk = '1'}};
+    const std::string fault = quotes > 960 ? "the URL of Odd is too long for a line" : "";
+    EXPECT_EQ(party_to_call("Odd", {}, calls).fault, fault);
+    EXPECT_EQ(party_to_drop("Odd", {}, calls).fault, fault);
+    EXPECT_EQ(party_to_drop("hark:10.0.0.7", {}, calls).fault, fault);
+    EXPECT_EQ(party_to_drop("Odd", {}, calls).url, fault.empty() ? url : "");
+  }
+}
+
 TEST(KnownUrls, FilesOfAnotherMachineAreNotRead) {
   EXPECT_TRUE(known_urls("192.0.2.1", "/nonexistent").empty());
   EXPECT_TRUE(known_urls("127.0.0.1", "/nonexistent").empty());

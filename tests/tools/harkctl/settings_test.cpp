@@ -19,6 +19,14 @@ TEST(Settings, NamesAreFoundInAnyCaseAndAsAWhole) {
     EXPECT_EQ(find_setting(name), nullptr) << name;
 }
 
+// The comparison ended at the first NUL of both, and then looked behind the end of the shorter one.
+TEST(Settings, ANameWithNulsIsNone) {
+  for (const std::size_t nuls : {1, 2, 40}) {
+    SCOPED_TRACE(nuls);
+    EXPECT_EQ(find_setting("TRGL" + std::string(nuls, '\0')), nullptr);
+  }
+}
+
 TEST(Settings, ValuesAreWhatTheStationTakes) {
   const struct {
     const char* name;
@@ -38,6 +46,22 @@ TEST(Settings, ValuesAreWhatTheStationTakes) {
       EXPECT_THAT(fault, testing::StartsWith(row.name));
     }
   }
+}
+
+// LATCH=0200 became 128 at the station, which takes a zero in front for octal; and zeros without end, a line
+// that it drops.
+TEST(Settings, NumbersGoOutWithoutZerosInFront) {
+  const struct {
+    const char* name;
+    const char* value;
+    const char* plain;
+  } kRows[] = {{"LATCH", "0200", "200"}, {"AANS", "-01", "-1"}, {"TRGL", "08", "8"},   {"TRGL", "-0", "0"},
+               {"DIML", "*", "*"},       {"LATCH", "0", "0"},   {"LABL", "007", "007"}};
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(std::string(row.name) + "=" + row.value);
+    EXPECT_EQ(plain_value(*find_setting(row.name), row.value), row.plain);
+  }
+  EXPECT_EQ(plain_value(*find_setting("TRGL"), std::string(3000, '0') + "7"), "7");
 }
 
 TEST(Settings, ALineIsQuotedAndReadBack) {

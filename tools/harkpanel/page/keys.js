@@ -7,7 +7,8 @@ const PRIMARY_BUTTON = 1; // of PointerEvent.buttons
 const PRESSING_KEYS = [' ', 'Enter'];
 
 const pointerSource = (event) => `pointer ${event.pointerId}`;
-const keyboardSource = (key) => `keyboard ${key}`;
+// By the place of the key: what it writes is another when Alt or AltGr comes down meanwhile.
+const keyboardSource = ({ code, key }) => `keyboard ${code || key}`;
 
 /** The key of the panel that an event is on, if it is one that can be pressed. */
 function keyOf(event) {
@@ -19,6 +20,8 @@ export class Keys {
   /** @type {Map<string, HTMLButtonElement>} */
   #elements = new Map();
   #holds;
+  /** @type {Set<string>} of the keyboard, that may hold something */
+  #keyboard = new Set();
 
   /** @param {(event: import('./holds.js').KeyEvent) => boolean} tell  false: there is nobody to tell */
   constructor(tell) {
@@ -65,7 +68,8 @@ export class Keys {
     document.addEventListener('pointercancel', cancel, true);
     document.addEventListener('lostpointercapture', cancel, true); // behind a pointerup nothing is left of it
     document.addEventListener('contextmenu', (event) => {
-      if (event.target instanceof Element && event.target.closest('button[data-key]')) event.preventDefault();
+      const onKey = event.target instanceof Element && event.target.closest('button[data-key]');
+      if (onKey || this.#holds.keys().length > 0) event.preventDefault(); // a menu would take the end of a hold
     });
   }
 
@@ -106,12 +110,14 @@ export class Keys {
     if (!element || !PRESSING_KEYS.includes(event.key)) return;
     event.preventDefault(); // neither a click nor a scrolled page
     if (event.repeat || event.ctrlKey || event.altKey || event.metaKey) return;
-    this.#holds.press(element.dataset.key, keyboardSource(event.key), event.timeStamp);
+    const source = keyboardSource(event);
+    if (this.#holds.press(element.dataset.key, source, event.timeStamp)) this.#keyboard.add(source);
   }
 
   #keyUp(event) {
     if (PRESSING_KEYS.includes(event.key) && keyOf(event)) event.preventDefault();
-    this.#holds.release(keyboardSource(event.key), event.timeStamp);
+    this.#keyboard.delete(keyboardSource(event));
+    this.#holds.release(keyboardSource(event), event.timeStamp);
   }
 
   // Screen readers and voice control click, with neither a finger nor a key: a tap.
@@ -139,7 +145,8 @@ export class Keys {
   }
 
   #cancelKeyboard() {
-    for (const key of PRESSING_KEYS) this.#cancel(keyboardSource(key));
+    for (const source of this.#keyboard) this.#cancel(source);
+    this.#keyboard.clear();
   }
 
   #letGoOf(key) {

@@ -9,6 +9,7 @@ const HINT_TIME = 6000;
 const RELEASED_WHY = {
   silent: 'This page was not heard for a while, so its keys were let go of.',
   station: 'The station is not there: the key was let go of.',
+  held: 'Keys are not assigned while one of them is held.',
 };
 const MODE_HINTS = {
   call: '',
@@ -32,11 +33,9 @@ export class LinkSign {
 
   /** @param {{link: string, why: string, retryMs: number}} station */
   showStation({ link, why, retryMs }) {
-    const texts = {
-      up: 'Connected',
-      connecting: 'Calling the station',
-      lost: `Station lost: ${why || 'no reason known'}`,
-    };
+    // The text is read out when it changes: a station that is away for a night is not told of anew with each attempt.
+    const lost = `Station lost: ${why || 'no reason known'}`;
+    const texts = { up: 'Connected', connecting: why ? lost : 'Calling the station', lost };
     this.#show(link, texts[link] ?? link, link === 'lost' ? retryMs : 0);
   }
 

@@ -5,6 +5,7 @@ const PROTOCOL = 1;
 const FIRST_WAIT = 250; // ms before the next attempt, doubling
 const LONGEST_WAIT = 2000;
 const BEAT = 1000; // between two echoes
+const CONNECTING = 6000; // until a connection is open: then it is tried anew
 const SILENCE = 3000; // without an echo: the connection is dead
 const TOKEN_REFUSED = 4401;
 
@@ -22,6 +23,7 @@ export class GatewaySocket {
   #welcome = false;
   #wait = FIRST_WAIT;
   #again = 0; // timer of the next attempt
+  #opening = 0; // timer of the present one
   #beat = 0; // timer of the echoes
   #beatAt = 0;
   #echoes = 0;
@@ -52,6 +54,7 @@ export class GatewaySocket {
     const scheme = location.protocol === 'https:' ? 'wss:' : 'ws:';
     const socket = new WebSocket(`${scheme}//${location.host}/panel`, 'harkpanel');
     this.#socket = socket;
+    this.#opening = setTimeout(() => this.#lost(), CONNECTING);
     socket.addEventListener('open', () => this.#opened());
     socket.addEventListener('message', (event) => this.#received(socket, event.data));
     socket.addEventListener('close', (event) => {
@@ -66,12 +69,14 @@ export class GatewaySocket {
 
   /** False when there is nobody to tell: then it is not sent later either. */
   send(message) {
-    if (!this.#welcome) return false;
+    // It may have closed already, and its event not have come.
+    if (!this.#welcome || this.#socket.readyState !== WebSocket.OPEN) return false;
     this.#socket.send(JSON.stringify(message));
     return true;
   }
 
   #opened() {
+    clearTimeout(this.#opening);
     const token = this.#token();
     this.#socket.send(JSON.stringify({ t: 'hello', v: PROTOCOL, ...(token && { token }) }));
     this.#unanswered = performance.now();
@@ -120,6 +125,7 @@ export class GatewaySocket {
   }
 
   #drop() {
+    clearTimeout(this.#opening);
     clearInterval(this.#beat);
     this.#welcome = false;
     this.#unanswered = null;

@@ -11,10 +11,23 @@ export function takeTokenFromAddress() {
   return true;
 }
 
-export const storedToken = () => sessionStorage.getItem(STORED) ?? '';
+let kept = ''; // where the browser lets pages store nothing
+
+export function storedToken() {
+  try {
+    return sessionStorage.getItem(STORED) ?? kept;
+  } catch {
+    return kept;
+  }
+}
 
 function storeToken(token) {
-  sessionStorage.setItem(STORED, token);
+  kept = token;
+  try {
+    sessionStorage.setItem(STORED, token);
+  } catch {
+    // then it lasts until the page is loaded anew
+  }
 }
 
 function decode(text) {
@@ -26,6 +39,7 @@ function decode(text) {
 }
 
 export class TokenForm {
+  #page = document.getElementById('token-page'); // in place of the panel
   #form = document.getElementById('token');
   #input = document.getElementById('token-text');
   #why = document.getElementById('token-why');
@@ -42,11 +56,16 @@ export class TokenForm {
 
   ask() {
     this.#why.textContent = storedToken() ? 'The gateway does not know the token that was given.' : '';
-    this.#form.hidden = false;
+    this.#show(true);
     this.#input.focus();
   }
 
   hide() {
-    this.#form.hidden = true;
+    this.#show(false);
+  }
+
+  #show(shown) {
+    this.#page.hidden = !shown;
+    this.#form.hidden = !shown;
   }
 }

@@ -84,6 +84,7 @@ export class Fader {
   /** The level that the station says. */
   show(level) {
     this.#level = level;
+    if (this.#input.disabled) this.#touched = false; // it is told of no end of a drag
     if (!this.#touched && !this.#quiet) this.#draw(level);
   }
 
