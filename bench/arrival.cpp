@@ -22,9 +22,10 @@ void Arrival::set_state(State state) {
   changed_.notify_all();
 }
 
+// A connection that is lost has arrived as soon as it is looked at: the state between may be over unseen.
 void Arrival::wait_for_state(State state) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return state_ == state; });
+  changed_.wait(lock, [&] { return state_ == state || state_ == State::kArrived; });
 }
 
 void Arrival::look() {

@@ -1,8 +1,10 @@
 // From a key of a browser to the mixer, beside a WebSocket echo of the same gateway, and what the gateway's
 // memory is with one browser and with twenty.
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "benches.h"
@@ -20,6 +22,8 @@ constexpr int kInput = 1;     // the first listen line
 constexpr int kTapMs = 100;   // what is released so soon stays on
 constexpr int kCycle = 1000;  // from one press to the next, by the browser's clock
 constexpr int kManyBrowsers = 20;
+// Between any two measured messages: a gateway takes 200 a second from a browser, and each finds it at rest.
+constexpr std::chrono::milliseconds kPace{15};
 
 std::string key_message(bool down, int ms) {
   return std::string(R"({"t":"key","key":"KL01","down":)") + (down ? "true" : "false") +
@@ -29,6 +33,7 @@ std::string key_message(bool down, int ms) {
 // A press that makes a new call, and all that ends it, as for a panel without a gateway.
 std::optional<Clock::duration> one_press(Arrival& arrival, Rig& rig, LineConnection& control,
                                          WebPanel& browser, int ms) {
+  std::this_thread::sleep_for(kPace);
   const std::string connected = source_command(kInput, kSource);
   const auto passed = arrival.time([&] { browser.say(key_message(true, ms)); }, rig.mixer(),
                                    [&](LineConnection& from) { (void)from.wait_for(connected); });
@@ -45,6 +50,7 @@ std::optional<Clock::duration> one_press(Arrival& arrival, Rig& rig, LineConnect
 std::optional<Clock::duration> one_echo(Arrival& arrival, WebPanel& browser) {
   const std::string message = browser.next_echo();
   const std::string mark = browser.echo_text();
+  std::this_thread::sleep_for(kPace);
   const auto passed = arrival.time([&] { browser.say(message); }, browser.connection(),
                                    [&](LineConnection& from) { from.read_past(mark); });
   if (browser.is_lost()) return std::nullopt;

@@ -63,6 +63,8 @@ std::string WebPanel::next_echo() { return R"({"t":"echo","n":)" + std::to_strin
 std::string WebPanel::echo_text() const { return "\"n\":" + std::to_string(echoes_); }
 
 void WebPanel::settle() {
+  // A pong that nobody has asked for says that we are there (RFC 6455, 5.5.3): pings are passed over unread.
+  connection_.send(std::string_view("\x8A\x80\0\0\0\0", 6));
   say(next_echo());
   connection_.read_past(echo_text());
 }
