@@ -7,4 +7,5 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 cmake --preset asan >/dev/null
 cmake --build --preset asan
-ctest --test-dir build/asan --output-on-failure -j "$(nproc)" "$@"
+# One more at a time than there are cores: most tests wait for a daemon most of the time.
+ctest --test-dir build/asan --output-on-failure -j "$(($(nproc) + 1))" "$@"
