@@ -1,5 +1,6 @@
-// Takes the pictures of the three layouts, idle and in a call: `node screenshots.mjs FOLDER`. Two stations run, so that
-// what the pictures show is what an operator would see.
+// Takes the pictures of the three layouts, idle and in a call, and of harkctl: `node screenshots.mjs FOLDER`. Two stations
+// run, so that what the pictures show is what an operator would see.
+import { spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import { Bed, kStationB } from './support/bed.mjs';
@@ -56,6 +57,26 @@ async function take(name, state) {
   console.log(file);
 }
 
+// What harkctl says of station A, as in a terminal.
+async function takeTerminal(name, commands) {
+  const text = commands.map((words) => {
+    const { stdout } = spawnSync(process.env.HARKCTL, ['--station', a.station.place, ...words], { encoding: 'utf8' });
+    return `$ harkctl ${words.join(' ')}\n${stdout}`;
+  }).join('\n').replaceAll(a.station.place, '127.0.0.1:4013');
+  const context = await newContext(a.browser, { viewport: { width: 820, height: 200 } });
+  const page = await context.newPage();
+  await page.setContent('<pre></pre>');
+  const terminal = page.locator('pre');
+  await terminal.evaluate((pre, said) => {
+    pre.textContent = said;
+    pre.style.cssText = 'margin: 0; padding: 16px; width: max-content; background: #0d1014; color: #dfe6ee; ' +
+      'font: 15px/1.5 "DejaVu Sans Mono", monospace';
+  }, text.trimEnd());
+  const file = path.join(folder, `${name}.png`);
+  await terminal.screenshot({ path: file });
+  console.log(file);
+}
+
 const panels = {};
 for (const [name, size] of Object.entries(kSizes)) {
   panels[name] = await a.panel({ ...size, colorScheme: 'dark' });
@@ -84,6 +105,7 @@ for (const key of ['KL03', 'KT04']) {
 a.rings(kCaller);
 for (const panel of Object.values(panels)) await panel.lamp('KLAA', 'flash');
 for (const name of Object.keys(kSizes)) await take(name, 'call');
+await takeTerminal('harkctl', [['status'], ['calls'], ['panels']]);
 
 await far.release();
 await a.end();
