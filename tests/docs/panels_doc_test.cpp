@@ -60,7 +60,7 @@ TEST_F(PanelReference, ShowsEveryTextThatGoesToAPanel) {
 }
 
 TEST_F(PanelReference, ShowsEveryObjectThatAPanelSends) {
-  const std::string source = read_source("panel/HarkUIProxy_receive.cpp");
+  const std::string source = read_source("panel/panel_line.h") + read_source("panel/HarkUIProxy_receive.cpp");
   std::vector<std::string> objects;
   for (const char* name : {"kKeyObject", "kFaderObject", "kDisplayObject", "kShiftList"}) {
     const std::vector<std::string> text = all_between(source, std::string(name) + " = \"", "\"");
