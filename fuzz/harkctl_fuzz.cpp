@@ -81,32 +81,6 @@ void check_complaints(const std::string& text) {
     check(line.starts_with("harkctl: ") && is_plain(line), "a complaint is a plain line");
 }
 
-int run(const Options& options, const std::string& root, Output& out) {
-  switch (options.command) {
-    case Command::kStatus:
-      return run_status(options, out);
-    case Command::kCalls:
-      return run_calls(options, out);
-    case Command::kWatch:
-      return run_watch(options, {}, out);
-    case Command::kCall:
-      return run_call(options, root, out);
-    case Command::kDrop:
-      return run_drop(options, root, out);
-    case Command::kGpio:
-      return run_gpio(options, out);
-    case Command::kSet:
-      return run_set(options, out);
-    case Command::kPanels:
-      return run_panels(options, out);
-    case Command::kHealth:
-      return run_health(options, out);
-    case Command::kComplete:
-      return run_complete(options, root, out);
-  }
-  return -1;
-}
-
 // What the parts of an input say, and who listens.
 struct Case {
   std::vector<std::string> lines;
@@ -120,7 +94,7 @@ void run_checked(const Case& input, Options options, bool json) {
   hark::fuzz::station_says(input.lines, input.datagrams);
   input.listener.clear();
   Output out = input.listener.output();
-  const int status = run(options, input.root.path, out);
+  const int status = hark::ctl::run_command(options, input.root.path, {}, out);
   check(status == hark::ctl::kOk || status == hark::ctl::kFailed || status == hark::ctl::kUnreachable,
         "a status that is known");
   const std::vector<std::string> told = input.listener.told();

@@ -26,4 +26,9 @@ int run_complete(const Options& options, const std::string& root, Output& out);
 // Tells that there was no answer, and why; the status for that.
 int complain_of(const control::HostPort& station, const Answer& answer);
 
+// The command of `options`, one of those above. `root`: what stands in front of the station's paths.
+// `interrupts` end `watch`; the others take no notice of them.
+[[nodiscard]] int run_command(const Options& options, const std::string& root, const Interrupts& interrupts,
+                              Output& out);
+
 }  // namespace hark::ctl

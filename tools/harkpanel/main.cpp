@@ -1,35 +1,19 @@
 // The program harkpanel: the key panel of one station, in browsers.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "tools/control/standard_streams.h"
 #include "tools/control/station_address.h"
 #include "tools/harkpanel/held_file.h"
 #include "tools/harkpanel/options.h"
 #include "tools/harkpanel/web_server.h"
 
-namespace {
-
-// A standard stream that is closed at the start would give its number to the next file that is opened, which
-// is that of the held keys, and what is printed would go there.
-void open_standard_streams() {
-  int file = -1;
-  do {
-    file = ::open("/dev/null", O_RDWR);
-  } while (file >= 0 && file <= STDERR_FILENO);
-  if (file >= 0) (void)::close(file);
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
   using namespace hark::panel_gateway;
-  open_standard_streams();
+  hark::control::open_standard_streams();
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
   const ParsedOptions parsed = parse_options(words);
   if (parsed.exit_status >= 0) {
